@@ -1,0 +1,99 @@
+// SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+// SPDX-License-Identifier: Apache-2.0
+//
+// Starts and ends the dbus-daemon of a test; see the header.
+#include "private-bus.h"
+
+#include <sys/stat.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace TestSupport {
+namespace {
+
+constexpr const char* kEverythingAllowed = R"(  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow receive_sender="*"/>
+    <allow own="*"/>
+  </policy>
+)";
+
+std::string makeFolder() {
+    std::string folder = (std::filesystem::temp_directory_path() / "lumiq-bus-XXXXXX").string();
+    if (mkdtemp(folder.data()) == nullptr) {
+        throw std::system_error(errno, std::generic_category(), "cannot make " + folder);
+    }
+    return folder;
+}
+
+}  // namespace
+
+PrivateBus::PrivateBus(PrivateBusOptions options)
+    : m_folder(makeFolder()), m_address("unix:path=" + m_folder + "/bus") {
+    try {
+        if (options.policies.empty()) {
+            options.policies = kEverythingAllowed;
+        }
+        writeConfiguration(options);
+        start();
+    } catch (...) {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_folder, ignored);
+        throw;
+    }
+}
+
+PrivateBus::~PrivateBus() {
+    m_daemon.reset();
+    std::error_code ignored;
+    std::filesystem::remove_all(m_folder, ignored);
+}
+
+void PrivateBus::writeConfiguration(const PrivateBusOptions& options) const {
+    if (options.reachableByOtherUsers) {
+        // Enough to get at the socket by its name, which is all another user needs.
+        std::filesystem::permissions(m_folder, std::filesystem::perms(0711));
+    }
+    std::ofstream file(m_folder + "/bus.conf");
+    file << R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <listen>)"
+         << m_address << "</listen>\n  <auth>EXTERNAL</auth>\n"
+         << (options.reachableByOtherUsers
+                 ? "  <policy context=\"default\"><allow user=\"*\"/></policy>\n"
+                 : "")
+         << options.policies << "</busconfig>\n";
+    if (!file.flush()) {
+        throw std::runtime_error("cannot write " + m_folder + "/bus.conf");
+    }
+}
+
+void PrivateBus::start() {
+    if (m_daemon) {
+        return;
+    }
+    // A daemon that was killed leaves its socket behind and would refuse to bind it again.
+    std::filesystem::remove(m_folder + "/bus");
+    ChildProcess daemon({"dbus-daemon", "--nofork", "--nopidfile", "--nosyslog",
+                         "--config-file=" + m_folder + "/bus.conf",
+                         "--print-address=" + std::to_string(ChildProcess::readyDescriptor)});
+    if (daemon.readyLine().empty()) {
+        daemon.signal(SIGKILL);
+        daemon.wait();
+        throw std::runtime_error("dbus-daemon did not come up: " + daemon.standardError());
+    }
+    m_daemon.emplace(std::move(daemon));
+}
+
+void PrivateBus::stop() {
+    m_daemon.reset();
+}
+
+}  // namespace TestSupport
