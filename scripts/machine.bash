@@ -56,11 +56,13 @@ debian_mirrors() {
 # The keyrings that may vouch for that archive, best first: those the sources name, Debian's own.
 debian_keyrings() {
     {
+        # One of the two forms is missing on most machines.
         cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources \
-            2>/dev/null |
-            sed -nE -e 's/^[^#]*signed-by=([^] ]+).*/\1/p' -e 's/^Signed-By: *(\/[^ ]+) *$/\1/ip'
-        printf '%s\n' /usr/share/keyrings/debian-archive-keyring.gpg
-    } | awk '!seen[$0]++' | while read -r keyring; do
-        [[ ! -r $keyring ]] || printf '%s\n' "$keyring"
-    done
+            2>/dev/null || true
+        printf 'Signed-By: %s\n' /usr/share/keyrings/debian-archive-keyring.gpg
+    } | sed -nE -e 's/^deb .*signed-by=([^] ]+).*/\1/p' -e 's/^Signed-By: *(\/[^ ]+) *$/\1/Ip' |
+        awk '!seen[$0]++' |
+        while read -r keyring; do
+            [[ ! -r $keyring ]] || printf '%s\n' "$keyring"
+        done
 }
