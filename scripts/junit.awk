@@ -1,0 +1,52 @@
+# SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+# SPDX-License-Identifier: Apache-2.0
+#
+# Reads the JUnit file that CTest writes. Prints "counts PASSED FAILED SKIPPED", then one line for
+# each test that was skipped, with the reason it gave, and for each that failed.
+# Used by scripts/test.
+
+function attribute(name) {
+    return match($0, " " name "=\"[^\"]*\"") ? substr($0, RSTART + length(name) + 3, RLENGTH - length(name) - 4) : ""
+}
+
+function plain(text) {
+    gsub(/&lt;/, "<", text)
+    gsub(/&gt;/, ">", text)
+    gsub(/&quot;/, "\"", text)
+    gsub(/&apos;/, "'", text)
+    gsub(/&amp;/, "\\&", text)
+    return text
+}
+
+/<testcase / {
+    name = attribute("name")
+    status = attribute("status")
+    reason = ""
+    wanted = 1
+    next
+}
+
+/<system-out>/ { sub(/.*<system-out>/, "") }
+
+# GoogleTest's reason follows its "Skipped" line; any other program's is the last line it prints.
+status == "notrun" && /: Skipped$/ { reason = ""; wanted = 2; next }
+status == "notrun" && wanted == 2 { reason = $0; wanted = 0; next }
+status == "notrun" && wanted == 1 && !/<\/?(system-out|skipped|testcase)/ && NF { reason = $0 }
+
+/<\/testcase>/ {
+    if (status == "run") {
+        ++passed
+    } else if (status == "fail") {
+        ++failed
+        lines = lines "failed " plain(name) "\n"
+    } else {
+        ++skipped
+        lines = lines "skipped " plain(name) ": " \
+            plain(status == "disabled" ? "disabled" : reason == "" ? "gave no reason" : reason) "\n"
+    }
+    status = ""
+}
+
+END {
+    printf "counts %d %d %d\n%s", passed, failed, skipped, lines
+}

@@ -1,0 +1,39 @@
+# SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+# SPDX-License-Identifier: Apache-2.0
+#
+# Work done in named stages: one line each on the screen with duration and result, everything else
+# in a log of its own. Sourced by scripts/test, scripts/lint and scripts/demo after machine.bash.
+
+# Set by the sourcing script before the first stage.
+logs=${logs:?the folder for the logs}
+
+failed_stages=()
+
+# stage NAME COMMAND... runs the command with its output in NAME's log. A failing one shows the end
+# of its log and is remembered in failed_stages; the stage then returns non-zero.
+stage() {
+    local name=$1 begin=$SECONDS code=0 file
+    shift
+    mkdir -p "$logs"
+    file=$logs/${name//[^[:alnum:]]/-}.log
+    printf '%-34s' "$name"
+    ("$@") >"$file" 2>&1 </dev/null || code=$?
+    if ((code == 0)); then
+        printf '%5d s  ok\n' $((SECONDS - begin))
+        return
+    fi
+    printf '%5d s  FAILED (%d)\n' $((SECONDS - begin)) "$code"
+    failed_stages+=("$name")
+    printf '%s\n' "--- the end of $file:"
+    tail -n "${stage_tail:-40}" "$file"
+    printf '%s\n' "---"
+    return "$code"
+}
+
+# Builds with a preset: configure and build as one command for a stage.
+build_preset() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" || return
+    cmake --build --preset "$preset" "$@"
+}
