@@ -5,7 +5,7 @@
 # in a log of its own. Sourced by scripts/test, scripts/lint and scripts/demo after machine.bash.
 
 # Set by the sourcing script before the first stage.
-logs=${logs:?the folder for the logs}
+: "${logs:?the folder for the logs}"
 
 failed_stages=()
 
@@ -25,7 +25,7 @@ stage() {
     printf '%5d s  FAILED (%d)\n' $((SECONDS - begin)) "$code"
     failed_stages+=("$name")
     printf '%s\n' "--- the end of $file:"
-    tail -n "${stage_tail:-40}" "$file"
+    tail -n "${stage_tail:-25}" "$file"
     printf '%s\n' "---"
     return "$code"
 }
