@@ -12,7 +12,7 @@ set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 # Only the target's own package descriptions; those in share have no machine in them.
 set(ENV{PKG_CONFIG_LIBDIR} "/usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig")
 
-find_program(LUMIQ_QEMU_AARCH64 qemu-aarch64-static)
+find_program(LUMIQ_QEMU_AARCH64 NAMES qemu-aarch64-static qemu-aarch64)
 mark_as_advanced(LUMIQ_QEMU_AARCH64)
 if(LUMIQ_QEMU_AARCH64)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${LUMIQ_QEMU_AARCH64})
