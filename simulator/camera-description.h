@@ -65,7 +65,7 @@ struct Format {
 
 /// How the picture looks.
 struct Picture {
-    std::uint32_t pixelsPerFrame = 4;  ///< how far the bars move from frame to frame
+    std::uint32_t cycle = 16;  ///< frames until the bars are back where they were; 1: they rest
     int jpegQuality = 85;
     bool grey = false;  ///< grey steps in place of the eight colours
 };
@@ -76,8 +76,8 @@ struct CameraDescription {
     std::string busInfo;             ///< 1 to 31 bytes
     std::uint32_t capabilities = 0;  ///< as VIDIOC_QUERYCAP answers
     std::uint32_t deviceCaps = 0;
-    bool timePerFrame = true;   ///< whether the frame interval can be set
-    std::uint32_t granted = 0;  ///< buffers granted whatever is asked for; 0: as asked for
+    bool timePerFrame = true;              ///< whether the frame interval can be set
+    std::optional<std::uint32_t> buffers;  ///< granted whatever is asked for
     std::vector<Format> formats;
     Picture picture;
     std::vector<Fault> faults;

@@ -17,6 +17,7 @@ enum class FaultKind : std::uint32_t {
     CallErrno,      ///< a call fails with `value` as its errno and does nothing
     PollEvents,     ///< poll reports `value` for the camera at once
     GrantBuffers,   ///< VIDIOC_REQBUFS grants `value` buffers
+    BufferBytes,    ///< VIDIOC_REQBUFS makes buffers of `value` bytes, whatever the format needs
     DequeueIndex,   ///< VIDIOC_DQBUF reports `value` as the buffer's index
     ErrorFrame,     ///< a frame carries V4L2_BUF_FLAG_ERROR and half its bytes
     ShortFrame,     ///< a frame carries half its bytes, without a flag

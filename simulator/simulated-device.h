@@ -20,8 +20,6 @@
 
 namespace Simulator {
 
-struct ControlBlock;
-
 /// One camera. The device lives in memory shared by everyone who holds a handle, so destroying this
 /// object neither unplugs the camera nor disturbs open handles; a later process that still holds
 /// one goes on streaming. Move-only.
@@ -71,9 +69,8 @@ public:
     [[nodiscard]] std::uint64_t framesMade() const;
 
 private:
-    CameraDescription m_description;
-    int m_fd = -1;
-    ControlBlock* m_control = nullptr;
+    struct Shared;
+    std::unique_ptr<Shared> m_shared;
 };
 
 }  // namespace Simulator
