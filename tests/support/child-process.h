@@ -20,7 +20,7 @@ inline constexpr std::chrono::seconds kGenerousLimit{60};
 
 struct ChildOptions {
     // Added to, or replacing, what the test itself has in its environment.
-    std::vector<std::pair<std::string, std::string>> environment;
+    std::vector<std::pair<std::string, std::string>> environment = {};
     // Becomes this user and group (no supplementary groups) before it runs; -1 stays who it is.
     uid_t user = static_cast<uid_t>(-1);
     gid_t group = static_cast<gid_t>(-1);
