@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+// SPDX-License-Identifier: Apache-2.0
+//
+// Forms log lines, and switches std::clog over to syslog. Any thread.
+
+#include "lumiq/internal/log.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <locale>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "lumiq/internal/syslog-buffer.h"
+
+namespace Nerio::Lumiq {
+namespace {
+
+std::atomic<bool> logInitialised{false};
+std::mutex logInitMutex;
+
+// The buffer that LogInit installed, published after it is in place.
+std::atomic<const Internal::SysLogBuffer*> installedBuffer{nullptr};
+
+// Held while a message goes into std::clog, and while its buffer is replaced. Never destroyed: the
+// last messages come from destructors of static objects.
+std::mutex& writerMutex() {
+    static auto* const mutex = new std::mutex;
+    return *mutex;
+}
+
+bool syslogIsOff() {
+    const char* value = std::getenv("LUMIQ_NO_SYSLOG");
+    return value != nullptr && std::string_view(value) != "0";
+}
+
+}  // namespace
+
+void LogInit() {
+    if (logInitialised.load(std::memory_order_acquire)) {
+        return;
+    }
+    const std::lock_guard lock(logInitMutex);
+    if (logInitialised.load(std::memory_order_relaxed)) {
+        return;
+    }
+    if (!syslogIsOff()) {
+        const bool debug = std::getenv("LUMIQ_DEBUG") != nullptr;
+        auto buffer = std::make_unique<Internal::SysLogBuffer>("lumiq", debug);
+        const std::lock_guard writerLock(writerMutex());
+        // Never destroyed: std::clog uses it until the process ends.
+        const Internal::SysLogBuffer* installed = buffer.get();
+        std::clog.rdbuf(buffer.release());
+        installedBuffer.store(installed, std::memory_order_release);
+    }
+    logInitialised.store(true, std::memory_order_release);
+}
+
+std::ostream& operator<<(std::ostream& stream, const LogLevel& level) {
+    if (auto* buffer = dynamic_cast<Internal::SysLogBuffer*>(stream.rdbuf())) {
+        buffer->setLevel(level);
+    }
+    return stream;
+}
+
+namespace Internal {
+
+bool logEnabled(LogLevel level) noexcept {
+    const SysLogBuffer* buffer = installedBuffer.load(std::memory_order_acquire);
+    // A host may have put another buffer behind std::clog since; that one gets everything.
+    return buffer == nullptr || buffer->accepts(level) || std::clog.rdbuf() != buffer;
+}
+
+std::ostream& operator<<(std::ostream& stream, const SystemError& error) {
+    return stream << std::strerror(error.number) << "(" << error.number << ")";
+}
+
+LogMessage::LogMessage(LogLevel level, std::string_view tag, std::string_view function, int line)
+    : m_level(level) {
+    // Numbers are for machines to find; a host's locale must not group their digits.
+    m_text.imbue(std::locale::classic());
+    m_text << tag << function << ":" << line << " -- ";
+}
+
+LogMessage::~LogMessage() {
+    const std::string text = std::move(m_text).str();
+    const std::lock_guard lock(writerMutex());
+    std::clog << m_level << text << std::endl;
+}
+
+}  // namespace Internal
+}  // namespace Nerio::Lumiq

@@ -1,0 +1,188 @@
+// SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+// SPDX-License-Identifier: Apache-2.0
+//
+// Frame layouts and conversions. The only file that knows libyuv. Called by
+// V4L2CameraGraphicBuffer.
+
+#include "frame-conversion.h"
+
+#include <libyuv.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace Nerio::Lumiq {
+namespace {
+
+constexpr std::uint16_t half(std::uint16_t value) {
+    return static_cast<std::uint16_t>(value >> 1U);
+}
+
+void describeEncoded(Frame& frame, const StreamFormat& stream, const V4L2CameraBuffer& buffer) {
+    frame.format = static_cast<PixelFormat>(stream.fourcc);
+    // The whole buffer: how much of it the driver filled is not part of the description.
+    frame.encoded = {stream.width, stream.height, buffer.length(), buffer.start()};
+}
+
+void describePacked(Frame& frame, const StreamFormat& stream, const V4L2CameraBuffer& buffer) {
+    frame.format = static_cast<PixelFormat>(stream.fourcc);
+    frame.planes[0] = {stream.width, stream.height, static_cast<std::uint16_t>(stream.width * 2U),
+                       buffer.start()};
+}
+
+void describePlanar(Frame& frame, const StreamFormat& stream, const V4L2CameraBuffer& buffer) {
+    const std::size_t luma = std::size_t{stream.width} * stream.height;
+    const std::uint16_t width = half(stream.width);
+    const std::uint16_t height = half(stream.height);
+    frame.format = PixelFormat::YUV420Planar;
+    frame.planes[0] = {stream.width, stream.height, stream.width, buffer.start()};
+    frame.planes[1] = {width, height, width, buffer.start() + luma};
+    frame.planes[2] = {width, height, width, buffer.start() + luma + luma / 4};
+}
+
+void describeSemiPlanar(Frame& frame, const StreamFormat& stream, const V4L2CameraBuffer& buffer) {
+    const std::size_t luma = std::size_t{stream.width} * stream.height;
+    frame.format = PixelFormat::YUV420SemiPlanar;
+    frame.planes[0] = {stream.width, stream.height, stream.width, buffer.start()};
+    frame.planes[1] = {half(stream.width), half(stream.height), stream.width,
+                       buffer.start() + luma};
+}
+
+struct Layout {
+    PixelFormat code;
+    void (*describe)(Frame&, const StreamFormat&, const V4L2CameraBuffer&);
+};
+constexpr Layout layouts[] = {
+    {PixelFormat::MJPG, describeEncoded}, {PixelFormat::JPEG, describeEncoded},
+    {PixelFormat::H264, describeEncoded}, {PixelFormat::VP80, describeEncoded},
+    {PixelFormat::YUYV, describePacked},  {PixelFormat::UYVY, describePacked},
+    {PixelFormat::YU12, describePlanar},  {PixelFormat::NV12, describeSemiPlanar},
+};
+
+// The bytes from the buffer's start to the end of the last row of a plane at `offset`.
+std::size_t extent(std::size_t offset, std::size_t stride, std::size_t rows, std::size_t rowBytes) {
+    return rows == 0 ? offset : offset + stride * (rows - 1) + rowBytes;
+}
+
+std::size_t planarSize(const Frame& frame) {
+    const FramePlane& last = frame.planes[2];
+    const std::size_t luma = std::size_t{frame.planes[0].width} * frame.planes[0].height;
+    return extent(luma + luma / 4, last.stride, last.height, last.width);
+}
+
+std::size_t semiPlanarSize(const Frame& frame) {
+    const FramePlane& chroma = frame.planes[1];
+    const std::size_t luma = std::size_t{frame.planes[0].width} * frame.planes[0].height;
+    return extent(luma, chroma.stride, chroma.height, chroma.width * 2U);
+}
+
+std::size_t packedSize(const Frame& frame) {
+    const FramePlane& plane = frame.planes[0];
+    // Two pixels share their chroma, so the last pixel of an odd row takes a whole pair.
+    return extent(0, plane.stride, plane.height, (plane.width + 1U) / 2U * 4U);
+}
+
+// The decoder is told where the buffer ends and finds the image in it.
+std::size_t encodedSize(const Frame& /*frame*/) {
+    return 1;
+}
+
+bool wrapPlanar(const Frame& frame, V4L2CameraYCbCrFrame& record) {
+    record.y = frame.planes[0].data;
+    record.cb = frame.planes[1].data;
+    record.cr = frame.planes[2].data;
+    record.yStride = frame.planes[0].stride;
+    record.cStride = frame.planes[1].stride;
+    record.chromaStep = 1;
+    return true;
+}
+
+bool wrapSemiPlanar(const Frame& frame, V4L2CameraYCbCrFrame& record) {
+    record.y = frame.planes[0].data;
+    record.cb = frame.planes[1].data;
+    record.cr = frame.planes[1].data + 1;
+    record.yStride = frame.planes[0].stride;
+    record.cStride = frame.planes[1].stride;
+    record.chromaStep = 2;
+    return true;
+}
+
+// Where a conversion writes: the record's planes, in the memory that it owns.
+struct Target {
+    explicit Target(const V4L2CameraYCbCrFrame& record)
+        : y(record.pixels()),
+          cb(y + (record.cb - record.y)),
+          cr(y + (record.cr - record.y)),
+          yStride(record.yStride),
+          cStride(record.cStride) {}
+    std::uint8_t* y;
+    std::uint8_t* cb;
+    std::uint8_t* cr;
+    int yStride;
+    int cStride;
+};
+
+template <auto Convert>
+bool convertPacked(const Frame& frame, V4L2CameraYCbCrFrame& record) {
+    record.initPlanar();
+    if (record.y == nullptr) {
+        return false;
+    }
+    const FramePlane& plane = frame.planes[0];
+    const Target to(record);
+    Convert(plane.data, plane.stride, to.y, to.yStride, to.cb, to.cStride, to.cr, to.cStride,
+            plane.width, plane.height);
+    return true;
+}
+
+bool convertMotionJpeg(const Frame& frame, V4L2CameraYCbCrFrame& record) {
+    record.initPlanar();
+    if (record.y == nullptr) {
+        return false;
+    }
+    const EncodedPlane& image = frame.encoded;
+    const Target to(record);
+    const auto decode = [&] {
+        return libyuv::MJPGToI420(image.data, image.size, to.y, to.yStride, to.cb, to.cStride,
+                                  to.cr, to.cStride, image.width, image.height, image.width,
+                                  image.height);
+    };
+    if (decode() != 0) {
+        // A damaged image may have been written in part or not at all. Decoding it once more over
+        // black shows what there is of it, and nothing of what the memory held before.
+        record.blacken();
+        decode();
+    }
+    return true;
+}
+
+constexpr Conversion conversions[] = {
+    {PixelFormat::YUV420Planar, nullptr, planarSize, wrapPlanar},
+    {PixelFormat::YU12, nullptr, planarSize, wrapPlanar},
+    {PixelFormat::YUV420SemiPlanar, nullptr, semiPlanarSize, wrapSemiPlanar},
+    {PixelFormat::NV12, nullptr, semiPlanarSize, wrapSemiPlanar},
+    {PixelFormat::YUYV, "YUY2ToI420", packedSize, convertPacked<libyuv::YUY2ToI420>},
+    {PixelFormat::UYVY, "UYVYToI420", packedSize, convertPacked<libyuv::UYVYToI420>},
+    {PixelFormat::MJPG, "MJPGToI420", encodedSize, convertMotionJpeg},
+};
+
+}  // namespace
+
+void describeFrame(Frame& frame, const StreamFormat& stream, const V4L2CameraBuffer& buffer) {
+    if (buffer.start() == nullptr) {
+        return;
+    }
+    for (const Layout& layout : layouts) {
+        if (layout.code == static_cast<PixelFormat>(stream.fourcc)) {
+            layout.describe(frame, stream, buffer);
+        }
+    }
+}
+
+const Conversion* conversionFrom(PixelFormat format) {
+    const auto* found = std::find_if(std::begin(conversions), std::end(conversions),
+                                     [format](const auto& each) { return each.format == format; });
+    return found == std::end(conversions) ? nullptr : found;
+}
+
+}  // namespace Nerio::Lumiq

@@ -1,0 +1,97 @@
+// SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+// SPDX-License-Identifier: Apache-2.0
+//
+// A camera's life and its device. Called on host threads; the destructor also runs on the bus
+// thread or the capture thread, wherever the last pointer goes.
+
+#include "v4l2-camera.h"
+
+#include <sys/eventfd.h>
+
+#include <utility>
+
+#include "lumiq/internal/log.h"
+#include "v4l2-camera-manager.h"
+
+namespace Nerio::Lumiq {
+
+using Internal::MutexLock;
+
+V4L2Camera::V4L2Camera(std::string id, V4L2CameraManager* manager)
+    : m_manager(manager), m_id(std::move(id)), m_eventFd(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    if (!m_eventFd.isValid()) {
+        LUMIQ_LOG(Error) << "Can't create eventfd";
+    }
+}
+
+V4L2Camera::~V4L2Camera() {
+    if (endLoopOnThisThread()) {
+        takeThread().detach();
+        tearDown();
+    } else {
+        V4L2Camera::stopCapture();
+    }
+    m_manager->forgetCamera(m_id);
+}
+
+bool V4L2Camera::getInfo(CameraInfo& info) {
+    return m_manager->getCameraInfo(m_id, info);
+}
+
+// A UVC camera's controls are not offered.
+
+std::string V4L2Camera::getParameterRange(CameraParameter /*parameter*/) {
+    return {};
+}
+
+std::string V4L2Camera::getParameter(CameraParameter /*parameter*/) {
+    return {};
+}
+
+bool V4L2Camera::setParameter(CameraParameter /*parameter*/, const std::string& /*value*/) {
+    return false;
+}
+
+void V4L2Camera::reportError(const std::string& message) {
+    const std::lock_guard lock(m_listenerMutex);
+    if (m_listener != nullptr) {
+        m_listener->onCameraError(message);
+    }
+}
+
+bool V4L2Camera::openDevice() {
+    if (device()) {
+        return true;
+    }
+    // No lock is held while the service is asked: a removal must never wait for its answer.
+    std::unique_ptr<UvcDeviceProxy> proxy = m_manager->gatehold().deviceProxy(m_id);
+    UvcDeviceProxy::Opened opened = proxy->open();
+    if (!opened.device.isValid()) {
+        LUMIQ_LOG(Error) << "Can't open a camera: " << opened.error;
+        return false;
+    }
+    auto device = std::make_shared<const V4L2Device>(std::move(opened.device));
+    const MutexLock lock(m_openMutex);
+    m_deviceProxy.swap(proxy);
+    if (!m_device) {
+        m_device.swap(device);
+    }
+    return true;
+}
+
+V4L2Camera::Device V4L2Camera::openedDevice() {
+    return openDevice() ? device() : nullptr;
+}
+
+V4L2Camera::Device V4L2Camera::device() {
+    const MutexLock lock(m_openMutex);
+    return m_device;
+}
+
+// The device closes when the returned pointer goes, or when a query that is using it ends.
+V4L2Camera::Device V4L2Camera::takeDevice() {
+    const MutexLock lock(m_openMutex);
+    return std::exchange(m_device, nullptr);
+}
+
+}  // namespace Nerio::Lumiq
