@@ -63,10 +63,10 @@ std::uint32_t readPollBits(const JsonReader& reader) {
 std::uint32_t readCall(const JsonReader& reader) {
     const std::string name = reader.string(0, 64);
     if (name == "mmap") {
-        return callMmap;
+        return eventMmap;
     }
     if (name == "poll") {
-        return callPoll;
+        return eventPoll;
     }
     const std::optional<std::uint32_t> request = requestNumber(name);
     if (!request) {
@@ -89,7 +89,7 @@ void readCallEffect(const JsonReader& reader, Fault& fault) {
     if (reader.has("errno")) {
         fault.kind = FaultKind::CallErrno;
         fault.value = readErrno(reader.at("errno"));
-    } else if (reader.has("revents") && fault.event == callPoll) {
+    } else if (reader.has("revents") && fault.event == eventPoll) {
         fault.kind = FaultKind::PollEvents;
         fault.value = readPollBits(reader.at("revents"));
     } else if (reader.has("granted") && fault.event == requestNumber("VIDIOC_REQBUFS")) {

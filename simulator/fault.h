@@ -30,8 +30,8 @@ enum class FaultKind : std::uint32_t {
 };
 
 /// The calls that a fault can name, besides the ioctls by their request number.
-inline constexpr std::uint32_t callMmap = 1;
-inline constexpr std::uint32_t callPoll = 2;
+inline constexpr std::uint32_t eventMmap = 1;
+inline constexpr std::uint32_t eventPoll = 2;
 /// Events that are no call: the camera has a frame ready.
 inline constexpr std::uint32_t eventFrame = 3;
 
@@ -39,7 +39,7 @@ inline constexpr std::uint32_t eventFrame = 3;
 /// then every `every`-th, `count` times in all (0: without end).
 struct Fault {
     FaultKind kind = FaultKind::CallErrno;
-    std::uint32_t event = 0;  ///< ioctl request, callMmap, callPoll or eventFrame
+    std::uint32_t event = 0;  ///< ioctl request, eventMmap, eventPoll or eventFrame
     std::uint32_t value = 0;
     std::uint32_t first = 1;
     std::uint32_t every = 1;
