@@ -18,11 +18,18 @@ shell_sources() {
         done
 }
 
+# The layout differs in details from one version of the formatter to the next.
+readonly formatter_version=14
+
 check_format() {
-    local files
+    local files version
+    version=$(clang-format --version)
+    if [[ $version != *" version $formatter_version."* ]]; then
+        echo "the sources are laid out by clang-format $formatter_version; here is $version"
+        return 77
+    fi
     mapfile -t files < <(cpp_sources)
     ((${#files[@]})) || return 0
-    clang-format --version
     clang-format --dry-run --Werror "${files[@]}"
 }
 

@@ -8,9 +8,11 @@
 : "${logs:?the folder for the logs}"
 
 failed_stages=()
+skipped_stages=()
 
 # stage NAME COMMAND... runs the command with its output in NAME's log. A failing one shows the end
-# of its log and is remembered in failed_stages; the stage then returns non-zero.
+# of its log and is remembered in failed_stages; the stage then returns non-zero. One that ends with
+# 77 could not be run here and says why in its last line.
 stage() {
     local name=$1 begin=$SECONDS code=0 file
     shift
@@ -20,6 +22,11 @@ stage() {
     ("$@") >"$file" 2>&1 </dev/null || code=$?
     if ((code == 0)); then
         printf '%5d s  ok\n' $((SECONDS - begin))
+        return
+    fi
+    if ((code == 77)); then
+        printf '   skipped: %s\n' "$(tail -n 1 "$file")"
+        skipped_stages+=("$name: $(tail -n 1 "$file")")
         return
     fi
     printf '%5d s  FAILED (%d)\n' $((SECONDS - begin)) "$code"
