@@ -14,6 +14,8 @@
 #include <string_view>
 #include <utility>
 
+#include "raw-calls.h"
+
 namespace Simulator {
 namespace {
 
@@ -28,7 +30,7 @@ std::shared_ptr<Device> Device::attach(int descriptor) {
     // An open file description of its own, so that looking never keeps a handle alive.
     OwnedDescriptor file(reopen(descriptor, O_RDWR));
     struct stat status {};
-    if (file.get() < 0 || fstat(file.get(), &status) != 0) {
+    if (file.get() < 0 || rawStat(file.get(), &status) != 0) {
         return nullptr;
     }
     OwnedMapping mapping(file.get(), 0, ControlBlock::arenaOffset);

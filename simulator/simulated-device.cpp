@@ -16,6 +16,7 @@
 #include "control-block.h"
 #include "frame-choice.h"
 #include "owned.h"
+#include "raw-calls.h"
 
 namespace Simulator {
 namespace {
@@ -97,7 +98,7 @@ int SimulatedDevice::open() const {
     // The handle's number is the position in the file: it belongs to the open file description, so
     // duplicates have it too, wherever they are.
     const std::uint64_t handle = m_shared->control().lastHandle.fetch_add(1) + 1;
-    if (lseek(opened.get(), static_cast<off_t>(handle), SEEK_SET) < 0 ||
+    if (rawSeek(opened.get(), static_cast<off_t>(handle), SEEK_SET) < 0 ||
         !takeHandleLock(opened.get(), handle)) {
         throwErrno("numbering the camera's handle");
     }
@@ -143,6 +144,15 @@ std::uint32_t SimulatedDevice::deviceCaps() const {
 }
 const std::string& SimulatedDevice::name() const {
     return m_shared->description.name;
+}
+
+bool SimulatedDevice::isHandle(int descriptor) const {
+    // System calls of their own: a preloaded simulator stands in for the functions.
+    struct stat ours {};
+    struct stat theirs {};
+    return rawStat(m_shared->file.get(), &ours) == 0 && rawStat(descriptor, &theirs) == 0 &&
+           ours.st_ino == theirs.st_ino && ours.st_dev == theirs.st_dev &&
+           rawSeek(descriptor, 0, SEEK_CUR) > 0;
 }
 
 unsigned SimulatedDevice::openHandles() const {

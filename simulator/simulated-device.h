@@ -61,6 +61,9 @@ public:
     [[nodiscard]] std::uint32_t deviceCaps() const;
     [[nodiscard]] const std::string& name() const;
 
+    /// Whether the descriptor is a file handle of this camera.
+    [[nodiscard]] bool isHandle(int descriptor) const;
+
     /// How many file handles are open now, in all processes; a handle counts until its last
     /// descriptor is closed and its last mapping is gone.
     [[nodiscard]] unsigned openHandles() const;
