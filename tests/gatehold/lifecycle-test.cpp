@@ -125,6 +125,19 @@ TEST_F(TheProgram, EndsWhenTheBusGoesAway) {
     EXPECT_TRUE(answers(handle.get()));
 }
 
+TEST_F(TheProgram, EndsWithSuccessWhenItIsStoppedTogetherWithTheBus) {
+    serve({"Front"});
+    const auto handle = client->open("sim0");
+    client.reset();
+    // Held still meanwhile, so that it finds both at once.
+    service->process().signal(SIGSTOP);
+    bus.stop();
+    service->process().signal(SIGTERM);
+    service->process().signal(SIGCONT);
+    EXPECT_EQ(service->process().wait(), 0) << service->process().standardError();
+    EXPECT_FALSE(answers(handle.get()));
+}
+
 TEST_F(TheProgram, TellsThatThereIsNoBus) {
     bus.stop();
     EXPECT_EQ(run({"--no-real"}), 3);

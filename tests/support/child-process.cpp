@@ -72,13 +72,14 @@ std::vector<std::string> mergedEnvironment(
         }
     }
     for (const auto& [name, value] : added) {
-        result.push_back(name + "=" + value);
+        result.emplace_back(name).append("=").append(value);
     }
     return result;
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         result.push_back(text.data());
     }

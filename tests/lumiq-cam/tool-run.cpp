@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+// SPDX-License-Identifier: Apache-2.0
+//
+// Running the program; see the header.
+#include "tool-run.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace ToolTest {
+namespace {
+
+using TestSupport::ChildProcess;
+
+bool waitFor(ChildProcess& process, const std::function<bool()>& there) {
+    const auto deadline = std::chrono::steady_clock::now() + TestSupport::kGenerousLimit;
+    while (!there()) {
+        if (!process.running()) {
+            return there();
+        }
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+}  // namespace
+
+std::vector<Json> ToolResult::jsonLines() const {
+    std::vector<Json> lines;
+    std::istringstream stream(out);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(Json::parse(line));
+    }
+    return lines;
+}
+
+std::string program() {
+    return LUMIQ_CAM_PROGRAM;
+}
+
+ChildProcess startTool(const std::vector<std::string>& arguments, const Environment& environment) {
+    std::vector<std::string> command{program()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return ChildProcess(command, {environment});
+}
+
+ToolResult finish(ChildProcess& process) {
+    ToolResult result;
+    result.code = process.wait();
+    result.out = process.standardOutput();
+    result.err = process.standardError();
+    return result;
+}
+
+ToolResult runTool(const std::vector<std::string>& arguments, const Environment& environment) {
+    ChildProcess process = startTool(arguments, environment);
+    return finish(process);
+}
+
+bool waitForOutput(ChildProcess& process, const std::string& text) {
+    return waitFor(process,
+                   [&] { return process.standardOutput().find(text) != std::string::npos; });
+}
+
+bool waitForError(ChildProcess& process, const std::string& text) {
+    return waitFor(process,
+                   [&] { return process.standardError().find(text) != std::string::npos; });
+}
+
+Folder::Folder() {
+    std::string name = std::filesystem::temp_directory_path() / "lumiq-cam-test-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("cannot make a folder");
+    }
+    m_path = name;
+}
+
+Folder::~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+std::vector<std::string> Folder::names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace ToolTest

@@ -1,0 +1,477 @@
+// SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
+// SPDX-License-Identifier: Apache-2.0
+//
+// How a capture is negotiated, started and stopped, call by call.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include "camera-fixture.h"
+
+namespace {
+
+using Nerio::Lumiq::Camera;
+using Nerio::Lumiq::CameraCapability;
+using Nerio::Lumiq::CameraCapabilityEx;
+using Nerio::Lumiq::CameraParameter;
+using Nerio::Lumiq::PixelFormat;
+using Simulator::TracedCall;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using TestSupport::CameraFixture;
+using TestSupport::RecordingCameraListener;
+
+constexpr CameraCapabilityEx vga{640, 480, {30, 1}};
+constexpr CameraCapabilityEx qvga{320, 240, {30, 1}};
+
+constexpr const char* yuyvCamera = R"({"name": "YUYV", "formats": [
+    {"fourcc": "YUYV", "sizes": ["640x480", "320x240"]}]})";
+constexpr const char* everyFormat = R"({"name": "All", "formats": [
+    {"fourcc": "MJPG", "sizes": ["640x480", "1280x720", "320x240"]},
+    {"fourcc": "UYVY", "sizes": ["640x480"]}, {"fourcc": "YUYV", "sizes": ["640x480"]},
+    {"fourcc": "NV12", "sizes": ["640x480"]}, {"fourcc": "YU12", "sizes": ["640x480"]},
+    {"fourcc": "JPEG", "sizes": ["640x480"]}, {"fourcc": "VP80", "sizes": ["640x480"]},
+    {"fourcc": "H264", "sizes": ["640x480", "1280x720"]}]})";
+
+std::string withFault(const std::string& fault, const std::string& more = "") {
+    return R"({"name": "Faulty", )" + more +
+           R"("formats": [{"fourcc": "YUYV", "sizes": ["640x480", "320x240"]}], "faults": [)" +
+           fault + "]}";
+}
+
+std::string failing(const std::string& call, const std::string& error, int first = 1) {
+    return withFault(R"({"call": ")" + call + R"(", "errno": ")" + error +
+                     R"(", "count": "always", "first": )" + std::to_string(first) + "}");
+}
+
+class ACameraThatStarts : public CameraFixture {
+protected:
+    // What the library asked of the camera from the traced start on, enumeration left out.
+    static std::vector<std::string> withoutEnumeration(const std::vector<TracedCall>& calls) {
+        std::vector<std::string> names;
+        for (const TracedCall& call : calls) {
+            if (call.name.rfind("VIDIOC_ENUM", 0) != 0 && call.name != "sched_yield" &&
+                call.name != "poll" && call.name != "VIDIOC_DQBUF") {
+                names.push_back(call.name);
+            }
+        }
+        return names;
+    }
+
+    std::string selected() {
+        for (const std::string& message : log.messages()) {
+            const std::string prefix = "startCapture: Selected format: ";
+            if (message.rfind(prefix, 0) == 0) {
+                return message.substr(prefix.size());
+            }
+        }
+        return "";
+    }
+};
+
+TEST_F(ACameraThatStarts, NegotiatesMapsAndStreamsInThisOrder) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    Simulator::startTrace();
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_TRUE(camera->captureStarted());
+    std::vector<std::string> calls = withoutEnumeration(Simulator::stopTrace());
+    calls.resize(std::min<std::size_t>(calls.size(), 17));
+    EXPECT_THAT(calls,
+                ElementsAre("VIDIOC_S_FMT", "VIDIOC_G_PARM", "VIDIOC_S_PARM", "VIDIOC_REQBUFS",
+                            "VIDIOC_QUERYBUF", "mmap", "VIDIOC_QBUF", "VIDIOC_QUERYBUF", "mmap",
+                            "VIDIOC_QBUF", "VIDIOC_QUERYBUF", "mmap", "VIDIOC_QBUF",
+                            "VIDIOC_QUERYBUF", "mmap", "VIDIOC_QBUF", "VIDIOC_STREAMON"));
+    EXPECT_TRUE(camera->stopCapture());
+}
+
+TEST_F(ACameraThatStarts, SaysWhatItWasAskedForAndWhatItChose) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    (void)camera->getSupportedFormats();
+    log.clear();
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUV420Planar));
+    camera->stopCapture();
+    std::vector<std::string> messages = log.messages();
+    std::erase_if(messages,
+                  [](const std::string& each) { return each.rfind("startCapture: ", 0) != 0; });
+    EXPECT_THAT(messages, ElementsAre("startCapture: Desired format: YUV420Planar",
+                                      "startCapture: Selected format: YUYV",
+                                      "startCapture: Selected size: 640x480"));
+}
+
+TEST_F(ACameraThatStarts, UnmapsThenStreamsOffThenClosesWhenItStops) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    Simulator::startTrace();
+    EXPECT_TRUE(camera->stopCapture());
+    EXPECT_FALSE(camera->captureStarted());
+    std::vector<std::string> calls = withoutEnumeration(Simulator::stopTrace());
+    std::erase(calls, "VIDIOC_QBUF");
+    EXPECT_THAT(calls,
+                ElementsAre("munmap", "munmap", "munmap", "munmap", "VIDIOC_STREAMOFF", "close"));
+    EXPECT_TRUE(closesEverything());
+}
+
+TEST_F(ACameraThatStarts, OpensTheDeviceAgainForEveryStart) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    for (int round = 1; round <= 3; ++round) {
+        ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+        EXPECT_EQ(service->openCalls(path(onlyCamera)), round);
+        ASSERT_TRUE(camera->stopCapture());
+    }
+}
+
+TEST_F(ACameraThatStarts, RefusesAFormatItDoesNotOfferWithoutTouchingTheStream) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    for (const auto format :
+         {PixelFormat::MJPG, PixelFormat::HEVC, PixelFormat::VP90, PixelFormat::YU12,
+          PixelFormat::Invalid, PixelFormat::Mappable, static_cast<PixelFormat>(3)}) {
+        log.clear();
+        Simulator::startTrace();
+        EXPECT_FALSE(camera->startCapture(vga, format));
+        EXPECT_THAT(withoutEnumeration(Simulator::stopTrace()), IsEmpty());
+        for (const std::string& message : log.messages()) {
+            EXPECT_NE(message.rfind("startCapture: ", 0), 0U) << message;
+        }
+    }
+}
+
+TEST_F(ACameraThatStarts, PassesAPlainCapabilityOnWithItsRateOverOne) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    ASSERT_TRUE(camera->startCapture(CameraCapability{320, 240, 30}, PixelFormat::YUYV));
+    EXPECT_TRUE(log.has("startCapture: Selected size: 320x240"));
+    camera->stopCapture();
+}
+
+TEST_F(ACameraThatStarts, TakesRawForPreferredUpToVgaAndEncodedAbove) {
+    const auto camera = plugAndOpen(everyFormat);
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::Preferred));
+    EXPECT_TRUE(log.has("startCapture: Desired format: Raw"));
+    EXPECT_EQ(selected(), "YU12");
+    camera->stopCapture();
+    for (const CameraCapabilityEx& large :
+         {CameraCapabilityEx{641, 480, {30, 1}}, CameraCapabilityEx{1280, 720, {30, 1}}}) {
+        log.clear();
+        ASSERT_TRUE(camera->startCapture(large, PixelFormat::Preferred));
+        EXPECT_TRUE(log.has("startCapture: Desired format: Encoded"));
+        EXPECT_EQ(selected(), "H264");
+        camera->stopCapture();
+    }
+}
+
+struct Choice {
+    const char* name;
+    std::vector<std::string> offered;  ///< In the device's order.
+    PixelFormat wish;
+    std::string chosen;  ///< Empty: no start.
+};
+
+class TheChoiceOfACode : public ACameraThatStarts, public ::testing::WithParamInterface<Choice> {};
+
+TEST_P(TheChoiceOfACode, FollowsThePreferenceNotTheDevice) {
+    std::string formats;
+    for (const std::string& code : GetParam().offered) {
+        formats += (formats.empty() ? "" : ",") +
+                   (R"({"fourcc": ")" + code + R"(", "sizes": ["640x480"]})");
+    }
+    const auto camera = plugAndOpen(R"({"name": "C", "formats": [)" + formats + "]}");
+    const bool started = camera->startCapture(vga, GetParam().wish);
+    EXPECT_EQ(started, !GetParam().chosen.empty());
+    EXPECT_EQ(selected(), GetParam().chosen);
+    camera->stopCapture();
+    EXPECT_EQ(log.has("startCapture: No supported video formats found"), !started);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Captures, TheChoiceOfACode,
+    ::testing::Values(
+        Choice{
+            "PlanarBeforeAll", {"MJPG", "UYVY", "YUYV", "YU12"}, PixelFormat::YUV420Planar, "YU12"},
+        Choice{"PlanarFromYuyv", {"MJPG", "YUYV"}, PixelFormat::YUV420Planar, "YUYV"},
+        Choice{"PlanarFromUyvy", {"MJPG", "UYVY"}, PixelFormat::YUV420Planar, "UYVY"},
+        Choice{"PlanarFromJpeg", {"MJPG"}, PixelFormat::YUV420Planar, "MJPG"},
+        Choice{"SemiPlanar", {"YUYV", "NV12"}, PixelFormat::YUV420SemiPlanar, "NV12"},
+        Choice{
+            "FlexibleTakesJpegFirst", {"YU12", "NV12", "MJPG"}, PixelFormat::YCbCrFlexible, "MJPG"},
+        Choice{"FlexibleThenPlanar", {"YUYV", "NV12", "YU12"}, PixelFormat::YCbCrFlexible, "YU12"},
+        Choice{"FlexibleThenSemiPlanar", {"YUYV", "NV12"}, PixelFormat::YCbCrFlexible, "NV12"},
+        Choice{"FlexibleLast", {"UYVY"}, PixelFormat::YCbCrFlexible, "UYVY"},
+        Choice{"RawOrder", {"UYVY", "YUYV", "NV12"}, PixelFormat::Raw, "NV12"},
+        Choice{"RawWithoutRaw", {"MJPG"}, PixelFormat::Raw, ""},
+        Choice{"EncodedOrder", {"JPEG", "MJPG", "VP80"}, PixelFormat::Encoded, "VP80"},
+        Choice{"EncodedH264First", {"MJPG", "H264"}, PixelFormat::Encoded, "H264"},
+        Choice{"EncodedJpegLast", {"YUYV", "JPEG"}, PixelFormat::Encoded, "JPEG"},
+        Choice{"EncodedWithoutEncoded", {"YUYV"}, PixelFormat::Encoded, ""},
+        Choice{"PreferredSmallWithoutRaw", {"MJPG"}, PixelFormat::Preferred, ""},
+        Choice{"ItselfOnly", {"YU12", "UYVY"}, PixelFormat::UYVY, "UYVY"},
+        Choice{"MotionJpegItself", {"YU12", "MJPG"}, PixelFormat::MJPG, "MJPG"},
+        Choice{"H264Itself", {"YU12", "H264"}, PixelFormat::H264, "H264"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(ACameraThatStarts, LeavesARunningCaptureOfTheSameSizeAlone) {
+    const auto camera = plugAndOpen(everyFormat);
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    Simulator::startTrace();
+    EXPECT_TRUE(camera->startCapture({640, 480, {5, 1}}, PixelFormat::MJPG));
+    const auto calls = withoutEnumeration(Simulator::stopTrace());
+    EXPECT_THAT(calls, Not(Contains("VIDIOC_S_FMT")));
+    EXPECT_THAT(calls, Not(Contains("VIDIOC_STREAMOFF")));
+    EXPECT_EQ(service->openCalls(path(onlyCamera)), 1);
+    camera->stopCapture();
+}
+
+TEST_F(ACameraThatStarts, RestartsARunningCaptureOfAnotherSize) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    RecordingCameraListener listener;
+    std::atomic<int> width{0};
+    listener.onFrame = [&](const auto& buffer) { width = buffer->width; };
+    camera->setListener(&listener);
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    ASSERT_TRUE(listener.waitForFrames(1));
+    EXPECT_EQ(width, 640);
+    ASSERT_TRUE(camera->startCapture(qvga, PixelFormat::YUYV));
+    const std::size_t before = listener.frameCount();
+    ASSERT_TRUE(listener.waitForFrames(before + 2));
+    EXPECT_EQ(width, 320);
+    EXPECT_EQ(service->openCalls(path(onlyCamera)), 2);
+    camera->stopCapture();
+    camera->setListener(nullptr);
+}
+
+TEST_F(ACameraThatStarts, StopsWithoutTouchingTheDeviceWhenNothingRuns) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    Simulator::startTrace();
+    EXPECT_TRUE(camera->stopCapture());
+    EXPECT_THAT(Simulator::stopTrace(), IsEmpty());
+    EXPECT_EQ(service->openCalls(path(onlyCamera)), 0);
+}
+
+TEST_F(ACameraThatStarts, OffersNoControls) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    const CameraParameter any{0};
+    EXPECT_EQ(camera->getParameterRange(any), "");
+    EXPECT_EQ(camera->getParameter(any), "");
+    EXPECT_FALSE(camera->setParameter(any, "1"));
+    EXPECT_EQ(service->openCalls(path(onlyCamera)), 0);
+}
+
+TEST_F(ACameraThatStarts, AsksForTheRateInverted) {
+    const auto camera = plugAndOpen(R"({"name": "Rates", "formats": [
+        {"fourcc": "YUYV", "sizes": ["640x480"], "intervals": ["1/100", "1/5"]}]})");
+    RecordingCameraListener listener;
+    camera->setListener(&listener);
+    ASSERT_TRUE(camera->startCapture({640, 480, {100, 1}}, PixelFormat::YUYV));
+    ASSERT_TRUE(listener.waitForFrames(20));
+    camera->stopCapture();
+    const auto times = listener.timestamps();
+    // Nineteen intervals of a hundredth of a second; at five frames a second it would be four
+    // seconds.
+    EXPECT_LT(times[19] - times[0], 2'000'000);
+    EXPECT_GT(times[19] - times[0], 100'000);
+    camera->setListener(nullptr);
+}
+
+TEST_F(ACameraThatStarts, SetsNoRateOnADeviceThatHasNone) {
+    const auto camera = plugAndOpen(withFault("", R"("timePerFrame": false, )"));
+    Simulator::startTrace();
+    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_THAT(withoutEnumeration(Simulator::stopTrace()), Not(Contains("VIDIOC_S_PARM")));
+    camera->stopCapture();
+}
+
+struct RateRefusal {
+    const char* name;
+    const char* call;
+};
+class ARefusedRate : public ACameraThatStarts, public ::testing::WithParamInterface<RateRefusal> {};
+
+TEST_P(ARefusedRate, IsLoggedAndDoesNotStopTheStart) {
+    const std::string call = GetParam().call;
+    const auto camera = plugAndOpen(failing(call, "EIO"));
+    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_EQ(log.count("startCapture: " + call + " error: 5"), 1U);
+    camera->stopCapture();
+}
+
+INSTANTIATE_TEST_SUITE_P(Asked, ARefusedRate,
+                         ::testing::Values(RateRefusal{"WhenRead", "VIDIOC_G_PARM"},
+                                           RateRefusal{"WhenSet", "VIDIOC_S_PARM"}),
+                         [](const auto& test) { return test.param.name; });
+
+struct Refusal {
+    const char* name;
+    const char* call;
+    int first;  ///< Which call of it fails, and all after it.
+    const char* line;
+    std::size_t mappingsLeft;
+};
+
+class ARefusedStart : public ACameraThatStarts, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(ARefusedStart, SaysWhyOnceAndLeavesWhatIsMapped) {
+    const auto camera = plugAndOpen(failing(GetParam().call, "EPERM", GetParam().first));
+    log.clear();
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_FALSE(camera->captureStarted());
+    std::vector<std::string> errors = log.messages();
+    std::erase_if(errors, [](const std::string& each) {
+        return each.find("fail") == std::string::npos && each.find("error") == std::string::npos &&
+               each.find("Failed") == std::string::npos;
+    });
+    EXPECT_THAT(errors, ElementsAre(GetParam().line));
+    EXPECT_EQ(Simulator::liveCount().mappings, GetParam().mappingsLeft);
+    EXPECT_EQ(device().openHandles(), 1U) << "the device stays open for the next start";
+
+    // A stop has nothing to stop, and the camera's end lets go of everything.
+    Simulator::startTrace();
+    EXPECT_TRUE(camera->stopCapture());
+    EXPECT_THAT(Simulator::stopTrace(), IsEmpty());
+}
+
+TEST_P(ARefusedStart, LeavesNothingBehindWhenTheCameraGoes) {
+    auto camera = plugAndOpen(failing(GetParam().call, "EPERM", GetParam().first));
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_EQ(service->openCalls(path(onlyCamera)), 1) << "the next start uses the open device";
+    camera.reset();
+    EXPECT_EQ(Simulator::liveCount().mappings, 0U);
+    EXPECT_TRUE(closesEverything());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    At, ARefusedStart,
+    ::testing::Values(
+        Refusal{"SFmt", "VIDIOC_S_FMT", 1, "startCapture: VIDIOC_S_FMT error: 1", 0},
+        Refusal{"ReqBufs", "VIDIOC_REQBUFS", 1,
+                "allocBuffers: VIDIOC_REQBUFS failed: Operation not permitted(1)", 0},
+        Refusal{"QueryBuf", "VIDIOC_QUERYBUF", 3,
+                "allocBuffers: VIDIOC_QUERYBUF failed: Operation not permitted(1)", 2},
+        Refusal{"Mmap", "mmap", 3, "allocBuffers: mmap failed: Operation not permitted(1)", 0},
+        Refusal{"QBuf", "VIDIOC_QBUF", 3,
+                "allocBuffers: VIDIOC_QBUF failed: Operation not permitted(1)", 3},
+        Refusal{"StreamOn", "VIDIOC_STREAMON", 1,
+                "startCapture: Failed to turn on a stream: Operation not permitted (1)", 0}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(ACameraThatStarts, UnmapsAndStreamsOffAfterAStreamThatDidNotStart) {
+    const auto camera = plugAndOpen(failing("VIDIOC_STREAMON", "ENOSPC"));
+    Simulator::startTrace();
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    std::vector<std::string> calls = withoutEnumeration(Simulator::stopTrace());
+    calls.erase(calls.begin(), std::find(calls.begin(), calls.end(), "VIDIOC_STREAMON"));
+    EXPECT_THAT(calls, ElementsAre("VIDIOC_STREAMON", "munmap", "munmap", "munmap", "munmap",
+                                   "VIDIOC_STREAMOFF"));
+}
+
+TEST_F(ACameraThatStarts, UsesFourOfMoreBuffers) {
+    const auto camera = plugAndOpen(withFault("", R"("buffers": 8, )"));
+    RecordingCameraListener listener;
+    camera->setListener(&listener);
+    Simulator::startTrace();
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    ASSERT_TRUE(listener.waitForFrames(6));
+    camera->stopCapture();
+    const auto calls = withoutEnumeration(Simulator::stopTrace());
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "mmap"), 4);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "munmap"), 4);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "VIDIOC_QUERYBUF"), 4);
+    camera->setListener(nullptr);
+}
+
+TEST_F(ACameraThatStarts, UsesFewerBuffersWhenItGetsNoMore) {
+    const auto camera = plugAndOpen(withFault("", R"("buffers": 2, )"));
+    RecordingCameraListener listener;
+    camera->setListener(&listener);
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_EQ(Simulator::liveCount().mappings, 2U);
+    EXPECT_TRUE(listener.waitForFrames(6));
+    camera->stopCapture();
+    camera->setListener(nullptr);
+}
+
+TEST_F(ACameraThatStarts, LeavesADeviceThatGrantsNoBuffersToTheDriversRefusal) {
+    const auto camera =
+        plugAndOpen(withFault(R"({"call": "VIDIOC_REQBUFS", "granted": 0, "count": "always"})"));
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_TRUE(log.has("startCapture: Failed to turn on a stream: Invalid argument (22)"));
+}
+
+TEST_F(ACameraThatStarts, ReportsAStreamOffThatFailsAndClosesAllTheSame) {
+    const auto camera = plugAndOpen(failing("VIDIOC_STREAMOFF", "EINVAL"));
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_TRUE(camera->stopCapture());
+    EXPECT_EQ(log.count("freeBuffers: VIDIOC_STREAMOFF failed: Invalid argument(22)"), 1U);
+    EXPECT_TRUE(closesEverything());
+    EXPECT_EQ(Simulator::liveCount().mappings, 0U);
+}
+
+TEST_F(ACameraThatStarts, StartsAfterAFailureThatHasPassed) {
+    const auto camera =
+        plugAndOpen(withFault(R"({"call": "VIDIOC_S_FMT", "errno": "EBUSY", "count": 1})"));
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_TRUE(log.has("startCapture: VIDIOC_S_FMT error: 16"));
+    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_EQ(service->openCalls(path(onlyCamera)), 1);
+    camera->stopCapture();
+}
+
+TEST_F(ACameraThatStarts, SurvivesTwoHundredStartsWithoutALeak) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    RecordingCameraListener listener;
+    camera->setListener(&listener);
+    for (int round = 0; round < 200; ++round) {
+        ASSERT_TRUE(camera->startCapture(round % 2 == 0 ? vga : qvga, PixelFormat::YUYV)) << round;
+        ASSERT_TRUE(camera->stopCapture());
+    }
+    camera->setListener(nullptr);
+    EXPECT_EQ(Simulator::liveCount().mappings, 0U);
+    EXPECT_TRUE(closesEverything());
+    EXPECT_THAT(listener.errors(), IsEmpty());
+}
+
+TEST_F(ACameraThatStarts, TearsDownOnceWhenTwoThreadsStopIt) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+        Simulator::startTrace();
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 3; ++i) {
+            threads.emplace_back([&] { EXPECT_TRUE(camera->stopCapture()); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        const auto calls = withoutEnumeration(Simulator::stopTrace());
+        EXPECT_EQ(std::count(calls.begin(), calls.end(), "VIDIOC_STREAMOFF"), 1);
+        EXPECT_EQ(std::count(calls.begin(), calls.end(), "munmap"), 4);
+    }
+}
+
+TEST_F(ACameraThatStarts, StartsAndStopsFromManyThreadsAtOnce) {
+    const auto camera = plugAndOpen(yuyvCamera);
+    RecordingCameraListener listener;
+    camera->setListener(&listener);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            for (int round = 0; round < 25; ++round) {
+                EXPECT_TRUE(
+                    camera->startCapture((i + round) % 2 == 0 ? vga : qvga, PixelFormat::YUYV));
+                EXPECT_TRUE(camera->stopCapture());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    camera->stopCapture();
+    camera->setListener(nullptr);
+    EXPECT_EQ(Simulator::liveCount().mappings, 0U);
+    EXPECT_TRUE(closesEverything());
+}
+
+}  // namespace
