@@ -37,7 +37,7 @@ int Device::dispatchQueue(std::uint64_t handle, std::uint32_t request, void* arg
             if (!isCapture(buffer.type)) {
                 return EINVAL;
             }
-            if (!owns(handle)) {
+            if (ownedByOther(handle)) {
                 return EBUSY;
             }
             return request == VIDIOC_QBUF ? m_stream.queue(buffer) : m_stream.query(buffer);
@@ -117,7 +117,7 @@ int Device::dequeue(std::uint64_t handle, int descriptor, v4l2_buffer& buffer) {
     if (!isCapture(buffer.type)) {
         return EINVAL;
     }
-    if (!owns(handle)) {
+    if (ownedByOther(handle)) {
         return EBUSY;
     }
     const int flags = fcntl(descriptor, F_GETFL);
@@ -131,7 +131,7 @@ int Device::streamOn(std::uint64_t handle, int type) {
     if (!isCapture(static_cast<std::uint32_t>(type))) {
         return EINVAL;
     }
-    if (!owns(handle)) {
+    if (ownedByOther(handle)) {
         return EBUSY;
     }
     const FrameChoice choice = current();
@@ -146,7 +146,7 @@ int Device::streamOff(std::uint64_t handle, int type) {
     if (!isCapture(static_cast<std::uint32_t>(type))) {
         return EINVAL;
     }
-    if (!owns(handle)) {
+    if (ownedByOther(handle)) {
         return EBUSY;
     }
     m_stream.off();

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "raw-calls.h"
+#include "request-names.h"
 
 namespace Simulator {
 namespace {
@@ -117,6 +118,11 @@ bool Device::owns(std::uint64_t handle) const {
     return m_control.owner.load() == handle;
 }
 
+bool Device::ownedByOther(std::uint64_t handle) const {
+    const std::uint64_t owner = m_control.owner.load();
+    return owner != 0 && owner != handle && handleAlive(m_file->get(), owner);
+}
+
 void Device::dismiss(std::uint64_t handle) {
     m_control.owner.compare_exchange_strong(handle, 0);
 }
@@ -142,7 +148,10 @@ int Device::request(std::uint64_t handle, int descriptor, std::uint32_t request,
     if (const StruckFault* const fault = struck.find(FaultKind::CallErrno)) {
         return static_cast<int>(fault->fault.value);
     }
-    if (argument == nullptr && request != VIDIOC_LOG_STATUS) {
+    if (!isRequest(request)) {
+        return ENOTTY;
+    }
+    if (argument == nullptr) {
         return EFAULT;
     }
     if (request == VIDIOC_DQBUF) {
@@ -197,6 +206,9 @@ int Device::dispatch(std::uint64_t handle, std::uint32_t request, void* argument
 }
 
 int Device::setPriority(std::uint64_t handle, std::uint32_t priority) {
+    if (const int error = checkPriority(handle)) {
+        return error;
+    }
     if (priority < V4L2_PRIORITY_BACKGROUND || priority > V4L2_PRIORITY_RECORD) {
         return EINVAL;
     }

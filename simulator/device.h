@@ -63,6 +63,7 @@ private:
     // Ownership and priority, with m_mutex held
     int acquire(std::uint64_t handle);
     [[nodiscard]] bool owns(std::uint64_t handle) const;
+    [[nodiscard]] bool ownedByOther(std::uint64_t handle) const;
     void dismiss(std::uint64_t handle);
     [[nodiscard]] std::uint32_t highestPriority() const;
     int checkPriority(std::uint64_t handle) const;

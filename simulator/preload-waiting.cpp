@@ -97,6 +97,26 @@ int rawSelect(int count, const Sets& sets, timespec* timeout, const sigset_t* ma
         syscall(SYS_pselect6, count, sets.read, sets.write, sets.except, timeout, &masked));
 }
 
+int rawControl(int set, int operation, int descriptor, epoll_event* event) {
+    return static_cast<int>(syscall(SYS_epoll_ctl, set, operation, descriptor, event));
+}
+
+/// One of two descriptors is in the set for the camera; which one may change with the events.
+int controlCamera(Simulator::Device& camera, int set, int operation, const epoll_event* event) {
+    const bool forFrames = event != nullptr && (event->events & (EPOLLIN | EPOLLRDNORM)) != 0;
+    const int wanted = camera.readyDescriptor(forFrames);
+    const int other = camera.readyDescriptor(!forFrames);
+    epoll_event substituted = event == nullptr ? epoll_event{} : *event;
+    substituted.events = EPOLLIN | (substituted.events & (EPOLLET | EPOLLONESHOT | EPOLLWAKEUP));
+    if (rawControl(set, operation, wanted, &substituted) == 0) {
+        return 0;
+    }
+    if (errno != ENOENT || rawControl(set, EPOLL_CTL_DEL, other, nullptr) != 0) {
+        return -1;
+    }
+    return operation == EPOLL_CTL_DEL ? 0 : rawControl(set, EPOLL_CTL_ADD, wanted, &substituted);
+}
+
 timespec asTimespec(const timeval& time) {
     return {time.tv_sec, time.tv_usec * 1000};
 }
@@ -138,23 +158,11 @@ LUMIQ_STANDS_IN int epoll_ctl(int set, int operation, int descriptor, epoll_even
     const Simulator::OpenCamera camera = DeviceRegistry::instance().find(descriptor);
     errno = before;
     if (!camera) {
-        return static_cast<int>(syscall(SYS_epoll_ctl, set, operation, descriptor, event));
+        return rawControl(set, operation, descriptor, event);
     }
-    if (operation == EPOLL_CTL_DEL) {
-        // Whichever of the two it was added with.
-        const int frames = camera.device->readyDescriptor(true);
-        const int events = camera.device->readyDescriptor(false);
-        return syscall(SYS_epoll_ctl, set, operation, frames, event) == 0
-                   ? 0
-                   : static_cast<int>(syscall(SYS_epoll_ctl, set, operation, events, event));
-    }
-    if (event == nullptr) {
+    if (operation != EPOLL_CTL_DEL && event == nullptr) {
         errno = EFAULT;
         return -1;
     }
-    epoll_event substituted = *event;
-    const bool frames = (event->events & (EPOLLIN | EPOLLRDNORM)) != 0;
-    substituted.events = EPOLLIN | (event->events & (EPOLLET | EPOLLONESHOT | EPOLLWAKEUP));
-    return static_cast<int>(syscall(SYS_epoll_ctl, set, operation,
-                                    camera.device->readyDescriptor(frames), &substituted));
+    return controlCamera(*camera.device, set, operation, event);
 }

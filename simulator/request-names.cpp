@@ -7,6 +7,8 @@
 
 #include <linux/videodev2.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Simulator {
@@ -48,6 +50,11 @@ std::optional<std::uint32_t> requestNumber(std::string_view name) {
         }
     }
     return std::nullopt;
+}
+
+bool isRequest(std::uint32_t request) {
+    return std::any_of(std::begin(requests), std::end(requests),
+                       [request](const auto& known) { return known.second == request; });
 }
 
 const char* requestName(std::uint32_t request) {

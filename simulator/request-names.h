@@ -14,6 +14,9 @@ namespace Simulator {
 
 std::optional<std::uint32_t> requestNumber(std::string_view name);
 
+/// Whether it is one that a camera answers.
+bool isRequest(std::uint32_t request);
+
 /// The name of a request; "ioctl" for one that is not known.
 const char* requestName(std::uint32_t request);
 
