@@ -6,10 +6,10 @@
 
 #include <fcntl.h>
 #include <linux/videodev2.h>
-#include <string.h>
 #include <sys/ioctl.h>
 
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 
 namespace GateholdService {

@@ -5,6 +5,7 @@
 #include "service.h"
 
 #include <fcntl.h>
+#include <sdbus-c++/Error.h>
 #include <simulated-device.h>
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
@@ -63,6 +64,15 @@ void tellReady(const ServeOptions& options, std::size_t cameras) {
     }
 }
 
+void leave(SimulatedCameras& simulated) {
+    try {
+        simulated.unplugAll();
+    } catch (const sdbus::Error& error) {
+        // Bus and service are often stopped together.
+        sayVerbose("clients could not be told: " + error.getMessage());
+    }
+}
+
 }  // namespace
 
 ExitCode serve(const ServeOptions& options) {
@@ -95,7 +105,7 @@ ExitCode serve(const ServeOptions& options) {
     const ExitCode result = loop.run(*connection);
     sd_notify(0, "STOPPING=1");
     if (result == ExitCode::success) {
-        simulated.unplugAll();
+        leave(simulated);
     }
     return result;
 }

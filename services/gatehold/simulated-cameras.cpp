@@ -116,9 +116,10 @@ bool SimulatedCameras::clearFaults(const std::string& node) {
 }
 
 void SimulatedCameras::unplugAll() {
-    while (!m_cameras.empty()) {
-        unplug(m_cameras.begin()->first);
+    for (const auto& [node, plugged] : m_cameras) {
+        plugged->device().unplug();
     }
+    removeUnplugged();
 }
 
 void SimulatedCameras::removeUnplugged() {

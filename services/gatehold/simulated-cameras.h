@@ -37,7 +37,8 @@ public:
     bool setFault(const std::string& node, std::string_view faultJson);
     bool clearFaults(const std::string& node);
 
-    // The end of the service is the end of what it simulates: clients are told.
+    // The end of the service is the end of what it simulates: clients are told. Throws sdbus::Error
+    // if they cannot be; the devices are unplugged all the same.
     void unplugAll();
 
 private:
