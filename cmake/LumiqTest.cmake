@@ -17,6 +17,10 @@ function(lumiq_test name)
   add_executable(${name} ${ARG_SOURCES})
   lumiq_target(${name})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+  if(NOT ARG_LABELS)
+    # An empty value would be dropped, and the next property's name taken for the labels.
+    set(ARG_LABELS test)
+  endif()
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
