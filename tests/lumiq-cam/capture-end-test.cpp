@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -19,7 +20,10 @@ using namespace ToolTest;
 using testing::HasSubstr;
 
 ToolResult captureJson(const Json& camera, std::vector<std::string> more = {}) {
-    std::vector<std::string> arguments{"capture", "0", "--json", "--size", "64x48"};
+    std::vector<std::string> arguments{"capture", "0", "--json"};
+    if (std::find(more.begin(), more.end(), "--size") == more.end()) {
+        more.insert(more.end(), {"--size", "64x48"});
+    }
     arguments.insert(arguments.end(), more.begin(), more.end());
     return runFake(arguments, oneCamera(camera));
 }
@@ -161,14 +165,13 @@ TEST(ACapture, EndsCleanlyWithASignal) {
 TEST(ACapture, CountsApartWhatTheWriterIsTooSlowFor) {
     // The reader takes nothing until the queue has long been full.
     const std::string command = program() +
-                                " capture 0 --size 640x480 --count 12 -o - 2>&3 | "
+                                " capture 0 --size 320x240 --count 20 -o - | "
                                 "{ sleep 0.5; wc -c; }";
-    TestSupport::ChildProcess process({"bash", "-c", command + " 3>&2"},
-                                      {fakeEnvironment(oneCamera())});
+    TestSupport::ChildProcess process({"bash", "-c", command}, {fakeEnvironment(oneCamera())});
     const auto result = finish(process);
-    EXPECT_THAT(result.out, HasSubstr(std::to_string(12 * 640 * 480 * 2)));
+    EXPECT_THAT(result.out, HasSubstr(std::to_string(20 * 320 * 240 * 2)));
     EXPECT_THAT(result.err, testing::Not(HasSubstr(" 0 dropped")));
-    EXPECT_THAT(result.err, HasSubstr("12 written"));
+    EXPECT_THAT(result.err, HasSubstr("20 written"));
 }
 
 TEST(AnOutput, ThatCannotBeWrittenEndsTheCapture) {
@@ -199,7 +202,7 @@ TEST(AnOutput, WhoseReaderSleepsDoesNotHoldUpTheEnd) {
     TestSupport::ChildProcess process({"bash", "-c", command}, {fakeEnvironment(oneCamera())});
     char byte = 0;
     ASSERT_EQ(read(ends[0], &byte, 1), 1);
-    process.signal(SIGINT);
+    process.signal(SIGTERM);
     const auto result = finish(process);
     EXPECT_EQ(result.code, 8) << result.err;
     EXPECT_FALSE(brokeTheContract(result)) << result.err;

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "fake-run.h"
@@ -56,7 +57,10 @@ Json delivering(const std::string& format, Json more = Json::object()) {
 
 ToolResult captureTo(const std::string& path, const Json& script,
                      std::vector<std::string> more = {}) {
-    std::vector<std::string> arguments{"capture", "0", "--size", "128x96", "-o", path};
+    std::vector<std::string> arguments{"capture", "0", "-o", path};
+    if (std::find(more.begin(), more.end(), "--size") == more.end()) {
+        more.insert(more.end(), {"--size", "128x96"});
+    }
     arguments.insert(arguments.end(), more.begin(), more.end());
     return runFake(arguments, script);
 }
@@ -131,7 +135,7 @@ TEST(AY4mFile, HoldsEveryFrameInOrder) {
         const std::string& luma = video.frames[number].luma;
         EXPECT_EQ(luma[4 * 128 + 4], (number & 1) != 0 ? '\xEB' : '\x10') << number;
         EXPECT_EQ(luma[4 * 128 + 12], (number & 2) != 0 ? '\xEB' : '\x10') << number;
-        EXPECT_EQ(video.frames[number].cr[30 * 64 + 10], '\xF0');  // Red.
+        EXPECT_EQ(video.frames[number].cr[10 * 64 + 10], '\xF0');  // Red.
         EXPECT_EQ(video.frames[number].cb[40 * 64 + 10], '\xF0');  // Blue.
     }
 }
@@ -175,7 +179,8 @@ TEST(RawOutput, IsConvertedWhereAPlanarFormatIsAskedFor) {
     ASSERT_EQ(result.code, 0) << result.err;
     const std::string planar = readFile(folder.path("a.yuv"));
     ASSERT_EQ(planar.size(), 128U * 96 * 3 / 2);
-    EXPECT_EQ(planar[128 * 96 + 30 * 64 + 10], '\x6E');  // Cb of blue's neighbour is checked below.
+    EXPECT_EQ(planar[128 * 96 + 10 * 64 + 10], '\x5A');  // Cb of red ...
+    EXPECT_EQ(planar[128 * 96 + 40 * 64 + 10], '\xF0');  // ... and of blue.
     ASSERT_EQ(
         captureTo(folder.path("b.yuv"), delivering("YUYV"), {"--count", "1", "--format", "NV12"})
             .code,

@@ -47,8 +47,7 @@ TEST(List, OfNoCamerasIsNoFailure) {
               Json({{"cameras", Json::array()}}));
 }
 
-TEST(List, SurvivesANameThatIsNoText) {
-    // The byte cannot stand in the script, which is JSON; a control character can.
+TEST(List, DoesNotLetANameSteerTheTerminal) {
     const auto result = runFake({"list"}, {{"cameras", {fakeCamera("/a", "evil\x1B[2J\nname")}}});
     EXPECT_EQ(result.out, "0  evil?[2J?name  /a\n");
 }
