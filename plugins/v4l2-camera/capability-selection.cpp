@@ -69,10 +69,11 @@ bool isWholeSteps(const v4l2_fract& from, const v4l2_fract& interval, const v4l2
     }
     const std::uint64_t denominator = std::uint64_t{interval.denominator} * from.denominator;
     const std::uint64_t common = std::gcd(numerator, denominator);
-    // (numerator / denominator) / (step) is whole when both divisors cancel out.
-    return step.numerator / std::gcd(numerator / common, std::uint64_t{step.numerator}) == 1 &&
-           denominator / common / std::gcd(denominator / common, std::uint64_t{step.denominator}) ==
-               1;
+    // One fraction divided by another, both in lowest terms, is whole when each divisor goes into
+    // what it divides.
+    const FrameRate length = reduced({step.numerator, step.denominator});
+    return numerator / common % length.numerator == 0 &&
+           length.denominator % (denominator / common) == 0;
 }
 
 // Zero means "none found yet".
