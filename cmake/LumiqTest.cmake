@@ -27,6 +27,16 @@ function(lumiq_test name)
     PROPERTIES
       TIMEOUT 120
       SKIP_RETURN_CODE 77
-      LABELS "${ARG_LABELS}"
-      ENVIRONMENT "${LUMIQ_TEST_ENVIRONMENT};${ARG_ENVIRONMENT}")
+      LABELS "${ARG_LABELS}")
+  # Set by a script of its own when ctest starts: gtest_discover_tests takes a list apart, and all but
+  # the first variable would be lost.
+  set(environment ${LUMIQ_TEST_ENVIRONMENT} ${ARG_ENVIRONMENT})
+  set(script "${CMAKE_CURRENT_BINARY_DIR}/${name}-environment.cmake")
+  file(GENERATE OUTPUT "${script}" CONTENT
+"foreach(test IN LISTS ${name}_TESTS)
+  set_tests_properties(\"\${test}\" PROPERTIES
+    ENVIRONMENT [==[${environment}]==])
+endforeach()
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${script}")
 endfunction()

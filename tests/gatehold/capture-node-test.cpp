@@ -1,14 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which video nodes count as cameras. A simulated node stands in for a real one where a node has to
-// answer.
+// Which video nodes count as cameras, and how a folder is searched for them. Nothing answers here:
+// query-node-test.cpp has nodes that do.
 #include "capture-node.h"
 
 #include <gmock/gmock.h>
 #include <linux/videodev2.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -42,9 +43,11 @@ TEST(AVideoNode, OfAnOldDriverIsJudgedByTheOneWordThereIs) {
 }
 
 TEST(AVideoNode, DoesNotCountWhenItGivesNoPicturesByItself) {
-    for (const std::uint32_t word :
-         {V4L2_CAP_VIDEO_M2M, V4L2_CAP_VIDEO_M2M_MPLANE, V4L2_CAP_VIDEO_OUTPUT,
-          V4L2_CAP_VIDEO_OUTPUT_MPLANE, V4L2_CAP_TOUCH, V4L2_CAP_IO_MC}) {
+    constexpr std::array<std::uint32_t, 6> words{
+        V4L2_CAP_VIDEO_M2M,    V4L2_CAP_VIDEO_M2M_MPLANE,
+        V4L2_CAP_VIDEO_OUTPUT, V4L2_CAP_VIDEO_OUTPUT_MPLANE,
+        V4L2_CAP_TOUCH,        V4L2_CAP_IO_MC};
+    for (const std::uint32_t word : words) {
         EXPECT_FALSE(isCaptureNode(kDriver, V4L2_CAP_VIDEO_CAPTURE | word)) << std::hex << word;
     }
 }
