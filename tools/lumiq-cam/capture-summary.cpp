@@ -30,10 +30,11 @@ std::string formatText(const OperatingPoint& point, const CaptureOutcome& outcom
 
 std::string framesText(const CaptureOutcome& outcome) {
     const StreamSummary& stream = outcome.stream;
-    std::string text = number(stream.frames) + " frames in " + withDecimals(outcome.seconds, 2) +
-                       " s, " + withDecimals(stream.fps, 2) + " fps; " + number(stream.lost) +
-                       " lost, " + number(outcome.progress.dropped) + " dropped, " +
-                       number(outcome.progress.converted) + " converted";
+    std::string text = number(stream.frames) + (stream.frames == 1 ? " frame in " : " frames in ") +
+                       withDecimals(outcome.seconds, 2) + " s" +
+                       (stream.fps > 0 ? ", " + withDecimals(stream.fps, 2) + " fps; " : "; ") +
+                       number(stream.lost) + " lost, " + number(outcome.progress.dropped) +
+                       " dropped, " + number(outcome.progress.converted) + " converted";
     if (outcome.progress.unusable > 0) {
         text += ", " + number(outcome.progress.unusable) + " unusable (" +
                 outcome.progress.problem + ")";

@@ -26,8 +26,10 @@ void sayWhatDiffers(const Options& options, const OperatingPoint& point) {
 
 void report(const Options& options, LogCollector& log, const Nerio::Lumiq::CameraInfo& camera,
             const OperatingPoint& point, const CaptureOutcome& outcome) {
+    // After a removal the plug-in's calls fail one after the other; that explains nothing.
+    const bool logExplains = outcome.end != End::Removed && outcome.end != End::OutputFailed;
     const std::vector<std::string> lines =
-        outcome.failure ? log.takeFailures() : std::vector<std::string>{};
+        logExplains ? log.takeFailures() : std::vector<std::string>{};
     if (outcome.failure) {
         explain(*outcome.failure, lines);
     }

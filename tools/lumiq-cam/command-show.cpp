@@ -107,9 +107,9 @@ std::string padded(std::string text, std::size_t width) {
     return text;
 }
 
-std::string formatLine(const FormatRow& row) {
+std::string formatLine(const FormatRow& row, std::size_t sizesWidth) {
     const std::string ranges =
-        row.ranges ? padded(sizesText(*row.ranges), 24) + "  " + ratesText(*row.ranges)
+        row.ranges ? padded(sizesText(*row.ranges), sizesWidth) + "  " + ratesText(*row.ranges)
                    : "nothing listed";
     return "  " + padded(printable(toString(row.description.format)), 16) + "  " +
            padded(obtained(row.description), 9) + "  " + ranges + "\n";
@@ -119,8 +119,12 @@ std::string toTable(const Abilities& abilities) {
     std::string text = "Name      " + printable(abilities.camera.name) + "\nId        " +
                        printable(abilities.camera.id) + "\nProvider  " +
                        printable(abilities.camera.provider) + "\n\nFormats\n";
+    std::size_t sizesWidth = 0;
     for (const FormatRow& row : abilities.formats) {
-        text += formatLine(row);
+        sizesWidth = std::max(sizesWidth, row.ranges ? sizesText(*row.ranges).size() : 0);
+    }
+    for (const FormatRow& row : abilities.formats) {
+        text += formatLine(row, sizesWidth);
     }
     text += "\nOperating points\n";
     for (const CameraCapability& item : abilities.capabilities) {

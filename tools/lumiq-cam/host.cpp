@@ -15,7 +15,7 @@ namespace {
 std::string adviceOnService() {
     const char* const bus = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
     return std::string("Is the device-access service running on ") +
-           (bus == nullptr ? "the system bus" : "the bus " + std::string(bus)) +
+           (bus == nullptr || *bus == '\0' ? "the system bus" : "the bus " + std::string(bus)) +
            ", and may you talk to it? For development, start lumiq-gatehold; "
            "DBUS_SYSTEM_BUS_ADDRESS names another bus.";
 }

@@ -76,15 +76,16 @@ PixelFormat formatForQueries(PixelFormat format, FrameSize size) {
     return prefersRaw(size) ? PixelFormat::Raw : PixelFormat::Encoded;
 }
 
+// The rate stays the wish: the ranges' highest rate can be that of the longest interval where a
+// camera has a range of intervals, and a rate that the camera refuses does not stop a start.
 void takeFromRanges(Camera& camera, PixelFormat query, const Wish& wish, OperatingPoint& point) {
     CameraCapabilityRanges ranges;
     const bool known = camera.queryCapabilityRanges(query, ranges);
     point.size = known ? fitSize(wish.size, ranges) : wish.size;
-    point.fps = known ? fitRate(wish.fps, ranges) : wish.fps;
-    point.notes.push_back("The back end finds nothing near " + toText(wish.size) + " at " +
-                          toText(wish.fps) + " fps; taking " + toText(point.size) + " at " +
-                          toText(point.fps) + " fps " +
-                          (known ? "from the camera's ranges." : "as wished."));
+    point.fps = wish.fps;
+    point.notes.push_back("the back end finds nothing near " + toText(wish.size) + " at " +
+                          toText(wish.fps) + " fps; taking " + toText(point.size) +
+                          (known ? ", which fits the camera's ranges" : " as wished"));
 }
 
 void takeClosest(Camera& camera, PixelFormat query, const Wish& wish, OperatingPoint& point) {
@@ -104,13 +105,6 @@ void takeClosest(Camera& camera, PixelFormat query, const Wish& wish, OperatingP
 FrameSize fitSize(FrameSize wish, const CameraCapabilityRanges& ranges) {
     return {fitSide(wish.width, ranges.minWidth, ranges.maxWidth, ranges.widthStep),
             fitSide(wish.height, ranges.minHeight, ranges.maxHeight, ranges.heightStep)};
-}
-
-FrameRate fitRate(FrameRate wish, const CameraCapabilityRanges& ranges) {
-    if (ranges.maxFps.numerator != 0 && wish > ranges.maxFps) {
-        return ranges.maxFps;
-    }
-    return wish < ranges.minFps ? ranges.minFps : wish;
 }
 
 PixelFormat settlePreferred(const FormatDescriptions& formats, FrameSize size) {

@@ -32,7 +32,6 @@ OperatingPoint chooseOperatingPoint(Nerio::Lumiq::Camera& camera, const FormatDe
 
 // The size nearest to the wish inside the ranges, on their steps. Ranges of zero do not bind.
 FrameSize fitSize(FrameSize wish, const Nerio::Lumiq::CameraCapabilityRanges& ranges);
-FrameRate fitRate(FrameRate wish, const Nerio::Lumiq::CameraCapabilityRanges& ranges);
 
 // Raw or Encoded in place of Preferred, where the camera has only one of them; else Preferred.
 PixelFormat settlePreferred(const FormatDescriptions& formats, FrameSize size);
