@@ -35,11 +35,11 @@ std::string openLogIdent;
 }  // namespace
 
 // In libc's place, for the plug-in too: nothing of these tests reaches the machine's log.
-extern "C" void openlog(const char* ident, int /*option*/, int /*facility*/) {
+extern "C" LUMIQ_CONTRACT void openlog(const char* ident, int /*option*/, int /*facility*/) {
     ++openLogCalls;
     openLogIdent = ident;
 }
-extern "C" void syslog(int /*priority*/, const char* /*format*/, ...) {}
+extern "C" LUMIQ_CONTRACT void syslog(int /*priority*/, const char* /*format*/, ...) {}
 
 namespace Nerio::Lumiq {
 
