@@ -30,16 +30,16 @@ public:
     virtual void onCameraFrame(std::shared_ptr<GraphicBuffer> buffer) = 0;
 
     /// The capture failed or ended. `message` says why:
-    ///   "Camera removed"          the device is gone and the capture has been stopped (bus
-    ///   thread); "timeout"                 no image for ten seconds; no more will come until the
-    ///   host stops
-    ///                             and starts the capture (capture thread);
-    ///   "error revents: N"        poll(2) reported N for the device, in decimal; the capture
-    ///   thread
-    ///                             has ended, stop before starting again (capture thread);
-    ///   any other text            waiting for the device failed for this reason of strerror(3);
-    ///   the
-    ///                             capture goes on (capture thread).
+    ///
+    ///   "Camera removed"       The device is gone and the capture has been stopped.
+    ///                          Bus thread.
+    ///   "timeout"              No image for ten seconds; no more will come until the host stops
+    ///                          and starts the capture. Capture thread.
+    ///   "error revents: N"     poll(2) reported N for the device, in decimal; the capture thread
+    ///                          has ended, stop before starting again.
+    ///                          Capture thread.
+    ///   any other text         Waiting for the device failed for this reason of strerror(3); the
+    ///                          capture goes on. Capture thread.
     virtual void onCameraError(const std::string& message) = 0;
 };
 

@@ -37,9 +37,9 @@ struct EncodedPlane {
 ///
 ///   YUYV, UYVY        one packed plane, stride 2 * width
 ///   YUV420Planar      three planes: Y; Cb and Cr of half width and half height
-///   YUV420SemiPlanar  two planes: Y; interleaved CbCr, half width and half height in samples
-///   pairs,
-///                     stride that of Y
+///   YUV420SemiPlanar  two planes: Y; interleaved CbCr
+///                     (half width and half height, counted in pairs of samples, with the
+///                     stride of Y)
 ///
 /// Planes not in use are zero. The pixels are the driver's memory: they are valid until the
 /// listener call that brought the buffer returns, no longer (see CameraListener::onCameraFrame).
