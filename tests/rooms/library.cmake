@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # What the built LIBRARY shows and needs: the symbols it exports, the libraries it pulls in, that it
-# stays loaded, and where it looks for others. Run by CTest with NM, READELF and SANITIZED.
+# stays loaded, and where it looks for others. Run by CTest with NM, READELF, and in
+# SANITIZED the sanitizers it was built with.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -47,7 +48,7 @@ endforeach()
 # An instrumented library needs its sanitizers' runtimes besides.
 set(needed_libraries
   "libyuv|libsystemd|libsdbus-c[+][+]|libstdc[+][+]|libm|libgcc_s|libc|ld-linux[a-z0-9_-]*")
-if(SANITIZED)
+if(NOT SANITIZED STREQUAL "")
   string(APPEND needed_libraries "|libasan|libubsan|libtsan")
 endif()
 run(lines ${READELF} -dW ${LIBRARY})
