@@ -9,7 +9,9 @@
 #include <libyuv.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
+#include <vector>
 
 namespace Nerio::Lumiq {
 namespace {
@@ -78,8 +80,7 @@ std::size_t semiPlanarSize(const Frame& frame) {
 
 std::size_t packedSize(const Frame& frame) {
     const FramePlane& plane = frame.planes[0];
-    // Two pixels share their chroma, so the last pixel of an odd row takes a whole pair.
-    return extent(0, plane.stride, plane.height, (plane.width + 1U) / 2U * 4U);
+    return extent(0, plane.stride, plane.height, plane.width * 2U);
 }
 
 // The decoder is told where the buffer ends and finds the image in it.
@@ -123,6 +124,30 @@ struct Target {
 };
 
 template <auto Convert>
+void convertRows(const std::uint8_t* source, int stride, const Target& to, int width, int firstRow,
+                 int rows) {
+    const std::ptrdiff_t chroma = std::ptrdiff_t{firstRow} / 2 * to.cStride;
+    Convert(source, stride, to.y + std::ptrdiff_t{firstRow} * to.yStride, to.yStride,
+            to.cb + chroma, to.cStride, to.cr + chroma, to.cStride, width, rows);
+}
+
+// The last rows of an image of odd width. Pixels share their chroma in pairs, and a converter reads
+// the whole last pair of a row: two bytes beyond the last row, and so perhaps beyond the buffer.
+template <auto Convert>
+void convertLastRows(const FramePlane& plane, const Target& to, int rows) {
+    const std::size_t rowBytes = plane.width * 2U;
+    const std::size_t paddedBytes = rowBytes + 2;
+    const int firstRow = plane.height - rows;
+    std::vector<std::uint8_t> padded(paddedBytes * static_cast<std::size_t>(rows), 128);
+    for (std::size_t row = 0; row < static_cast<std::size_t>(rows); ++row) {
+        const std::size_t from = (static_cast<std::size_t>(firstRow) + row) * plane.stride;
+        std::copy_n(plane.data + from, rowBytes, padded.data() + row * paddedBytes);
+    }
+    convertRows<Convert>(padded.data(), static_cast<int>(paddedBytes), to, plane.width, firstRow,
+                         rows);
+}
+
+template <auto Convert>
 bool convertPacked(const Frame& frame, V4L2CameraYCbCrFrame& record) {
     record.initPlanar();
     if (record.y == nullptr) {
@@ -130,8 +155,12 @@ bool convertPacked(const Frame& frame, V4L2CameraYCbCrFrame& record) {
     }
     const FramePlane& plane = frame.planes[0];
     const Target to(record);
-    Convert(plane.data, plane.stride, to.y, to.yStride, to.cb, to.cStride, to.cr, to.cStride,
-            plane.width, plane.height);
+    // Whole pairs of rows, since chroma is halved in height as well.
+    const int apart = plane.width % 2 == 0 ? 0 : std::min(2 - plane.height % 2, int{plane.height});
+    convertRows<Convert>(plane.data, plane.stride, to, plane.width, 0, plane.height - apart);
+    if (apart != 0) {
+        convertLastRows<Convert>(plane, to, apart);
+    }
     return true;
 }
 
