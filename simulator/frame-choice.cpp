@@ -68,7 +68,7 @@ double units(Interval interval) {
 
 /// A wish without a denominator asks for the longest interval there is.
 double wishedUnits(Interval wish) {
-    return wish.denominator == 0 ? std::numeric_limits<double>::max() : units(wish);
+    return wish.denominator == 0 ? std::numeric_limits<std::uint32_t>::max() : units(wish);
 }
 
 Interval nearestDiscrete(const std::vector<Interval>& intervals, Interval wish) {
