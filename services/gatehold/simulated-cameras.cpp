@@ -31,9 +31,12 @@ public:
     Plugged(const Plugged&) = delete;
     Plugged& operator=(const Plugged&) = delete;
     ~Plugged() {
-        m_stop = true;
+        stopWatching();
         m_watcher.join();
     }
+
+    // Does not wait for the thread.
+    void stopWatching() { m_stop = true; }
 
     Simulator::SimulatedDevice& device() { return m_device; }
 
@@ -69,6 +72,10 @@ SimulatedCameras::SimulatedCameras(CameraList& list, EventLoop& loop)
 
 SimulatedCameras::~SimulatedCameras() {
     m_loop.unwatch(m_unplugged.get());
+    // All at once, so that their last waits pass side by side.
+    for (const auto& [node, plugged] : m_cameras) {
+        plugged->stopWatching();
+    }
 }
 
 std::string SimulatedCameras::plug(const Simulator::CameraDescription& description) {
