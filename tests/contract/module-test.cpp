@@ -185,7 +185,7 @@ TEST_F(ThePlugin, LetsTheProcessEndInOrder) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            module()->getCameraManager()->getNumberOfCameras();
+            (void)module()->getCameraManager()->getNumberOfCameras();
             std::exit(5);
         },
         testing::ExitedWithCode(5), "^$");
@@ -206,7 +206,7 @@ TEST_F(ThePlugin, StaysLoadedWhenTheHostUnloadsIt) {
 TEST_F(ThePlugin, LeavesTheLogAloneUntilTheHostAsksForIt) {
     inAProcessOfItsOwn([this] {
         std::streambuf* const before = std::clog.rdbuf();
-        module()->getCameraManager()->getNumberOfCameras();
+        (void)module()->getCameraManager()->getNumberOfCameras();
         EXPECT_EQ(std::clog.rdbuf(), before);
         EXPECT_EQ(openLogCalls, 0);
 

@@ -254,7 +254,7 @@ TEST(TheEnumerations, HaveTheNumbersThatHostsWereBuiltWith) {
 }
 
 TEST(AFrame, IsAllZeroAndWithoutTimeAtFirst) {
-    const Frame frame;
+    const Frame frame{};
     EXPECT_EQ(frame.format, PixelFormat::Invalid);
     for (const FramePlane& plane : frame.planes) {
         EXPECT_EQ(plane.width, 0);
@@ -281,7 +281,7 @@ TEST(AFrame, SharesTheFirstPlanesStorageWithTheEncodedLayout) {
 }
 
 TEST(AYCbCrFrame, IsEmptyAndWithoutTimeAtFirst) {
-    const YCbCrFrame frame;
+    const YCbCrFrame frame{};
     EXPECT_EQ(frame.y, nullptr);
     EXPECT_EQ(frame.cb, nullptr);
     EXPECT_EQ(frame.cr, nullptr);
