@@ -49,14 +49,13 @@ int BufferQueue::queue(v4l2_buffer& buffer) {
     }
     queued.state = State::Queued;
     queued.frame = {};
-    m_queued.push_back(buffer.index);
+    m_queued.push(buffer.index);
     describe(buffer.index, buffer);
     return 0;
 }
 
 void BufferQueue::dequeue(v4l2_buffer& buffer) {
-    const std::uint32_t index = m_done.front();
-    m_done.pop_front();
+    const std::uint32_t index = m_done.pop();
     m_buffers[index].state = State::Host;
     describe(index, buffer);
 }
@@ -65,8 +64,7 @@ std::optional<std::uint32_t> BufferQueue::beginFilling() {
     if (m_queued.empty()) {
         return std::nullopt;
     }
-    const std::uint32_t index = m_queued.front();
-    m_queued.pop_front();
+    const std::uint32_t index = m_queued.pop();
     m_buffers[index].state = State::Filling;
     return index;
 }
@@ -74,7 +72,7 @@ std::optional<std::uint32_t> BufferQueue::beginFilling() {
 void BufferQueue::finishFilling(std::uint32_t index, const FilledFrame& frame) {
     m_buffers[index].state = State::Done;
     m_buffers[index].frame = frame;
-    m_done.push_back(index);
+    m_done.push(index);
 }
 
 void BufferQueue::cancel() {

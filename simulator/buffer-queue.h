@@ -9,8 +9,9 @@
 
 #include <linux/videodev2.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,6 +26,25 @@ struct FilledFrame {
     std::uint32_t sequence = 0;
     std::uint64_t microseconds = 0;  ///< of the monotonic clock
     bool error = false;
+};
+
+/// Buffer indexes in the order they came. Takes no memory: frames pass through here.
+class IndexQueue {
+public:
+    [[nodiscard]] bool empty() const { return m_size == 0; }
+    void clear() { m_size = 0; }
+    void push(std::uint32_t index) { m_indexes[(m_first + m_size++) % m_indexes.size()] = index; }
+    std::uint32_t pop() {
+        const std::uint32_t index = m_indexes[m_first];
+        m_first = (m_first + 1) % m_indexes.size();
+        --m_size;
+        return index;
+    }
+
+private:
+    std::array<std::uint32_t, VIDEO_MAX_FRAME> m_indexes{};
+    std::size_t m_first = 0;
+    std::size_t m_size = 0;
 };
 
 /// The rules for QUERYBUF, QBUF and DQBUF. Functions that answer a request return an errno, 0 for
@@ -69,8 +89,8 @@ private:
     void describe(std::uint32_t index, v4l2_buffer& buffer) const;
 
     std::vector<Buffer> m_buffers;
-    std::deque<std::uint32_t> m_queued;
-    std::deque<std::uint32_t> m_done;
+    IndexQueue m_queued;
+    IndexQueue m_done;
 };
 
 }  // namespace Simulator

@@ -9,6 +9,7 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -35,6 +36,17 @@ private:
     bool m_endless;
     timespec m_time{};
 };
+
+/// Memory that is no file's concerns no camera, and goes straight to the kernel: ThreadSanitizer
+/// asks for some before its start-up is over, when no code that it instruments may run yet.
+void* map(void* address, std::size_t bytes, int protection, int flags, int descriptor,
+          off_t offset) {
+    if (descriptor < 0) {
+        return reinterpret_cast<void*>(
+            syscall(SYS_mmap, address, bytes, protection, flags, descriptor, offset));
+    }
+    return Simulator::callMap(address, bytes, protection, flags, descriptor, offset);
+}
 
 }  // namespace
 
@@ -73,12 +85,12 @@ LUMIQ_STANDS_IN int __ppoll_chk(pollfd* descriptors, nfds_t count, const timespe
 
 LUMIQ_STANDS_IN void* mmap(void* address, std::size_t bytes, int protection, int flags,
                            int descriptor, off_t offset) noexcept {
-    return Simulator::callMap(address, bytes, protection, flags, descriptor, offset);
+    return map(address, bytes, protection, flags, descriptor, offset);
 }
 
 LUMIQ_STANDS_IN void* mmap64(void* address, std::size_t bytes, int protection, int flags,
                              int descriptor, off64_t offset) noexcept {
-    return Simulator::callMap(address, bytes, protection, flags, descriptor, offset);
+    return map(address, bytes, protection, flags, descriptor, offset);
 }
 
 LUMIQ_STANDS_IN int munmap(void* address, std::size_t bytes) noexcept {

@@ -6,8 +6,11 @@
 // held while it waits. Called on the host's threads.
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <memory_resource>
 #include <optional>
 #include <span>
 #include <vector>
@@ -56,8 +59,12 @@ private:
     timespec m_left{};
 };
 
-std::vector<PolledCamera> findCameras(std::span<const pollfd> polled) {
-    std::vector<PolledCamera> cameras;
+/// Polling happens once per frame: its lists take no memory from the heap while they are short.
+using Cameras = std::pmr::vector<PolledCamera>;
+using Descriptors = std::pmr::vector<pollfd>;
+
+Cameras findCameras(std::span<const pollfd> polled, std::pmr::memory_resource& memory) {
+    Cameras cameras(&memory);
     for (std::size_t i = 0; i < polled.size(); ++i) {
         if (polled[i].fd < 0) {
             continue;
@@ -96,7 +103,7 @@ bool askCameras(std::span<const PolledCamera> cameras, std::span<pollfd> polled)
 
 /// Waits for the other descriptors, and for the cameras unless one is ready already.
 int wait(std::span<const PolledCamera> cameras, std::span<const pollfd> polled,
-         std::vector<pollfd>& substituted, bool ready, TimeLeft& left, const sigset_t* mask) {
+         Descriptors& substituted, bool ready, TimeLeft& left, const sigset_t* mask) {
     substituted.assign(polled.begin(), polled.end());
     for (const PolledCamera& one : cameras) {
         pollfd& entry = substituted[one.position];
@@ -125,14 +132,14 @@ int collect(std::span<const PolledCamera> cameras, std::span<pollfd> polled,
     return ready;
 }
 
-int pollCameras(std::span<PolledCamera> cameras, std::span<pollfd> polled, const timespec* timeout,
+int pollCameras(Cameras& cameras, std::span<pollfd> polled, const timespec* timeout,
                 const sigset_t* mask) {
     if (const int error = countFaults(cameras)) {
         errno = error;
         return -1;
     }
     TimeLeft left(timeout);
-    std::vector<pollfd> substituted;
+    Descriptors substituted(cameras.get_allocator().resource());
     bool ready = askCameras(cameras, polled);
     while (true) {
         const int result = wait(cameras, polled, substituted, ready, left, mask);
@@ -169,7 +176,9 @@ int callPoll(pollfd* descriptors, nfds_t count, const timespec* timeout, const s
              const char* name) {
     const int before = errno;
     const std::span<pollfd> polled(descriptors, count);
-    std::vector<PolledCamera> cameras = findCameras(polled);
+    std::array<std::byte, 2048> room;
+    std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+    Cameras cameras = findCameras(polled, memory);
     errno = before;
     if (cameras.empty()) {
         timespec time = timeout == nullptr ? timespec{} : *timeout;

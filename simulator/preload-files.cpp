@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -53,15 +54,23 @@ int statDescriptor(int descriptor, struct stat* status) {
     return Simulator::rawStat(descriptor, status);
 }
 
+/// A stream that reads the text; through a descriptor, which C++ streams read past stdio.
+FILE* streamOf(const std::string& text) {
+    const int descriptor = memfd_create("lumiq-sysfs", MFD_CLOEXEC);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    if (Simulator::rawWrite(descriptor, text.data(), text.size()) < 0 ||
+        Simulator::rawSeek(descriptor, 0, SEEK_SET) < 0) {
+        Simulator::rawClose(descriptor);
+        return nullptr;
+    }
+    return fdopen(descriptor, "r");
+}
+
 FILE* openStream(const char* function, const char* path, const char* mode) {
     if (const PathCamera* const camera = Simulator::cameraOfSysfs(path)) {
-        const std::string text = camera->sysfsText();
-        FILE* const stream = tmpfile();
-        if (stream != nullptr) {
-            std::fputs(text.c_str(), stream);
-            std::rewind(stream);
-        }
-        return stream;
+        return streamOf(camera->sysfsText());
     }
     // There is no system call behind this one. Not for programs with sanitizers: those link the
     // simulator in, and that has none of this.
