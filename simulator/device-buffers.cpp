@@ -23,6 +23,14 @@ bool isCapture(std::uint32_t type) {
     return type == V4L2_BUF_TYPE_VIDEO_CAPTURE;
 }
 
+/// What is the same in every answer about making buffers.
+template <typename Answer>
+void fillConstant(Answer& answer) {
+    std::memset(answer.reserved, 0, sizeof answer.reserved);
+    answer.flags = 0;
+    answer.capabilities = bufferCapabilities;
+}
+
 }  // namespace
 
 int Device::dispatchQueue(std::uint64_t handle, std::uint32_t request, void* argument) {
@@ -51,25 +59,23 @@ int Device::dispatchQueue(std::uint64_t handle, std::uint32_t request, void* arg
     }
 }
 
+std::uint32_t Device::currentBytes() const {
+    const FrameChoice choice = current();
+    return imageBytes(m_description.formats[choice.format].fourcc, choice.width, choice.height);
+}
+
 int Device::requestBuffers(std::uint64_t handle, v4l2_requestbuffers& answer) {
-    if (const int error = checkPriority(handle)) {
-        return error;
-    }
     if (!isCapture(answer.type)) {
         return EINVAL;
     }
-    if (const int error = acquire(handle)) {
+    if (const int error = claim(handle)) {
         return error;
     }
-    std::memset(answer.reserved, 0, sizeof answer.reserved);
-    answer.flags = 0;
-    answer.capabilities = bufferCapabilities;
+    fillConstant(answer);
     if (answer.memory != V4L2_MEMORY_MMAP) {
         return EINVAL;
     }
-    const FrameChoice choice = current();
-    std::uint32_t bytes =
-        imageBytes(m_description.formats[choice.format].fourcc, choice.width, choice.height);
+    std::uint32_t bytes = currentBytes();
     const bool freeing = answer.count == 0;
     if (!freeing) {
         answer.count =
@@ -89,25 +95,17 @@ int Device::requestBuffers(std::uint64_t handle, v4l2_requestbuffers& answer) {
 }
 
 int Device::createBuffers(std::uint64_t handle, v4l2_create_buffers& answer) {
-    if (const int error = checkPriority(handle)) {
-        return error;
-    }
     if (!isCapture(answer.format.type)) {
         return EINVAL;
     }
-    if (const int error = acquire(handle)) {
+    if (const int error = claim(handle)) {
         return error;
     }
-    std::memset(answer.reserved, 0, sizeof answer.reserved);
-    answer.flags = 0;
-    answer.capabilities = bufferCapabilities;
+    fillConstant(answer);
     if (answer.memory != V4L2_MEMORY_MMAP) {
         return EINVAL;
     }
-    const FrameChoice choice = current();
-    const std::uint32_t needed =
-        imageBytes(m_description.formats[choice.format].fourcc, choice.width, choice.height);
-    if (answer.count != 0 && answer.format.fmt.pix.sizeimage < needed) {
+    if (answer.count != 0 && answer.format.fmt.pix.sizeimage < currentBytes()) {
         return EINVAL;
     }
     return m_stream.createBuffers(answer.count, answer.format.fmt.pix.sizeimage, answer.index);

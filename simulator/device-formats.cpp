@@ -156,10 +156,7 @@ int Device::tryFormat(v4l2_format& answer) const {
 }
 
 int Device::setFormat(std::uint64_t handle, v4l2_format& answer) {
-    if (const int error = checkPriority(handle)) {
-        return error;
-    }
-    if (const int error = acquire(handle)) {
+    if (const int error = claim(handle)) {
         return error;
     }
     if (answer.type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
@@ -191,10 +188,7 @@ int Device::setParameters(std::uint64_t handle, v4l2_streamparm& answer) {
     if (!m_description.timePerFrame) {
         return ENOTTY;
     }
-    if (const int error = checkPriority(handle)) {
-        return error;
-    }
-    if (const int error = acquire(handle)) {
+    if (const int error = claim(handle)) {
         return error;
     }
     if (answer.type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
@@ -221,10 +215,7 @@ int Device::enumerateInputs(v4l2_input& answer) const {
 }
 
 int Device::setInput(std::uint64_t handle, int input) {
-    if (const int error = checkPriority(handle)) {
-        return error;
-    }
-    if (const int error = acquire(handle)) {
+    if (const int error = claim(handle)) {
         return error;
     }
     return input == 0 ? 0 : EINVAL;

@@ -114,6 +114,11 @@ int Device::acquire(std::uint64_t handle) {
     return 0;
 }
 
+int Device::claim(std::uint64_t handle) {
+    const int error = checkPriority(handle);
+    return error == 0 ? acquire(handle) : error;
+}
+
 bool Device::owns(std::uint64_t handle) const {
     return m_control.owner.load() == handle;
 }

@@ -59,8 +59,10 @@ private:
         return m_control.unplugged.load(std::memory_order_acquire) != 0;
     }
     [[nodiscard]] FrameChoice current() const;
+    [[nodiscard]] std::uint32_t currentBytes() const;
 
     // Ownership and priority, with m_mutex held
+    int claim(std::uint64_t handle);  ///< checks the priority and acquires
     int acquire(std::uint64_t handle);
     [[nodiscard]] bool owns(std::uint64_t handle) const;
     [[nodiscard]] bool ownedByOther(std::uint64_t handle) const;
