@@ -107,6 +107,8 @@ TEST(TheTrialSizes, EndWhateverIsWishedAndListed) {
     EXPECT_THAT(walk(0, 480, atLeast(320, 240), true), ElementsAre(Pair(320, 480)));
     EXPECT_THAT(walk(640, 0, atLeast(320, 200), false), ElementsAre(Pair(640, 200)));
     EXPECT_THAT(walk(largest, largest, atLeast(largest - 5, largest - 5), true), SizeIs(1));
+    EXPECT_THAT(walk(largest, 480, atLeast(largest - 5, 20), true), SizeIs(1));
+    EXPECT_THAT(walk(640, largest, atLeast(20, largest - 5), true), SizeIs(1));
     EXPECT_THAT(walk(640, 480, atLeast(16, 16, largest), true), SizeIs(1));
     EXPECT_THAT(walk(largest, largest, atLeast(16, 16, largest - 16), true),
                 ElementsAre(Pair(largest, largest), Pair(16, largest)));

@@ -130,6 +130,9 @@ TEST(ASizeChoice, TakesOneStepOfARangeFromZeroForTheUpperHalfOfTheFirstStep) {
     EXPECT_THAT(sizeFor(99, 39, true, {range}), IsSize(100, 40));
     EXPECT_THAT(sizeFor(100, 40, true, {range}), IsSize(0, 0));
     EXPECT_THAT(sizeFor(160, 60, true, {range}), IsSize(0, 0));
+    // A range that begins above zero has no such step.
+    EXPECT_THAT(sizeFor(60, 60, true, {stepwiseSizes({10, 1000, 100, 10, 1000, 100})}),
+                IsSize(0, 0));
 }
 
 TEST(ASizeChoice, SurvivesAStepOfZero) {
@@ -275,6 +278,8 @@ TEST(ARateChoice, CountsStepsWhateverTermsTheyAreWrittenIn) {
                 IsRate(240, 2));
     EXPECT_THAT(rateFor({60, 2}, {stepwiseIntervals({{1, 60}, {1, 5}, {4, 240}})}), IsRate(240, 4));
     EXPECT_THAT(rateFor({40, 1}, {stepwiseIntervals({{1, 60}, {1, 5}, {4, 240}})}), IsRate(0, 1));
+    EXPECT_THAT(rateFor({60, 9}, {stepwiseIntervals({{1, 60}, {1, 5}, {2, 15}})}), IsRate(15, 2));
+    EXPECT_THAT(rateFor({12, 1}, {stepwiseIntervals({{1, 60}, {1, 5}, {2, 15}})}), IsRate(0, 1));
 }
 
 TEST(ARateChoice, CountsStepsExactlyAtAnyLength) {
@@ -292,6 +297,8 @@ TEST(ARateChoice, SurvivesRangesOfZeros) {
     EXPECT_THAT(rateFor({60, 1}, {stepwiseIntervals({{1, 60}, {1, 5}, {0, 1}})}), IsRate(1, 0));
     EXPECT_THAT(rateFor({30, 1}, {stepwiseIntervals({{1, 60}, {1, 5}, {0, 1}})}), IsRate(0, 1));
     EXPECT_THAT(rateFor({30, 1}, {stepwiseIntervals({{1, 60}, {1, 5}, {1, 0}})}), IsRate(0, 1));
+    EXPECT_THAT(rateFor({0, 1}, {stepwiseIntervals({{1, 60}, {1, 0}, {1, 60}})}), IsRate(0, 1));
+    EXPECT_THAT(rateFor({0, 1}, {continuousIntervals({{1, 60}, {1, 0}, {1, 60}})}), IsRate(0, 1));
     EXPECT_THAT(rateFor({30, 1}, {continuousIntervals({{0, 0}, {0, 0}, {0, 0}})}), IsRate(0, 0));
     EXPECT_THAT(rateFor({30, 1}, {continuousIntervals({{1, 0}, {1, 5}, {1, 1}})}), IsRate(0, 1));
 }
