@@ -6,17 +6,13 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <array>
 #include <barrier>
-#include <cstdio>
+#include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <string>
 #include <thread>
@@ -26,6 +22,7 @@
 
 #include "lumiq/log.h"
 #include "lumiq/module.h"
+#include "own-process.h"
 
 namespace {
 
@@ -47,6 +44,8 @@ class V4L2CameraManager;
 
 namespace {
 
+using TestSupport::inAProcessOfItsOwn;
+
 class ThePlugin : public testing::Test {
 protected:
     ThePlugin() : m_library(dlopen(LUMIQ_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL)) {}
@@ -67,21 +66,6 @@ protected:
     }
 
     Module* module() { return symbol<LumiqModuleFunction>("LumiqModule")(); }
-
-    // Runs the body in a child of this process and expects it to meet all its expectations.
-    static void inAProcessOfItsOwn(const std::function<void()>& body) {
-        std::fflush(nullptr);
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            body();
-            std::fflush(nullptr);
-            _exit(HasFailure() ? 1 : 0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0) << "the child's expectations are above";
-    }
 
 private:
     void* m_library;

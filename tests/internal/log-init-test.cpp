@@ -27,6 +27,8 @@
 namespace Nerio::Lumiq {
 namespace {
 
+using TestSupport::inAProcessOfItsOwn;
+
 void setVariable(const char* name, const std::optional<std::string>& value) {
     if (value) {
         setenv(name, value->c_str(), 1);

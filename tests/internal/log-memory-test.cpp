@@ -40,6 +40,8 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 namespace Nerio::Lumiq {
 namespace {
 
+using TestSupport::inAProcessOfItsOwn;
+
 TEST(LogInitWithoutMemory, ThrowsAndCanBeTriedAgain) {
     inAProcessOfItsOwn([] {
         unsetenv("LUMIQ_NO_SYSLOG");

@@ -27,6 +27,8 @@
 namespace Nerio::Lumiq {
 namespace {
 
+using TestSupport::inAProcessOfItsOwn;
+
 // Collects what is written to std::clog, as a host with a buffer of its own would.
 class ALogLine : public testing::Test {
 protected:
@@ -245,10 +247,28 @@ void expectEveryLineOnce(const std::vector<std::string>& lines) {
     EXPECT_EQ(next.size(), std::size_t{writers});
 }
 
+// Lets other threads in between any two insertions and in the middle of each.
+class YieldingBuffer : public std::stringbuf {
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize count) override {
+        std::this_thread::yield();
+        const std::streamsize half = std::stringbuf::xsputn(text, count / 2);
+        std::this_thread::yield();
+        return half + std::stringbuf::xsputn(text + half, count - half);
+    }
+    int sync() override {
+        std::this_thread::yield();
+        return std::stringbuf::sync();
+    }
+};
+
 TEST_F(ALogLine, NeverMixesWithThoseOfOtherThreads) {
+    YieldingBuffer buffer;
+    std::streambuf* const before = std::clog.rdbuf(&buffer);
     writeFromEightThreads();
+    std::clog.rdbuf(before);
     std::vector<std::string> lines;
-    std::istringstream all(text());
+    std::istringstream all(buffer.str());
     for (std::string line; std::getline(all, line);) {
         lines.push_back(line + "\n");
     }

@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <functional>
 
-namespace Nerio::Lumiq {
+namespace TestSupport {
 
 // The expectations in `body` count: the child prints those that fail, the test then fails too.
 inline void inAProcessOfItsOwn(const std::function<void()>& body) {
@@ -29,4 +29,4 @@ inline void inAProcessOfItsOwn(const std::function<void()>& body) {
     EXPECT_EQ(status, 0) << "what the child expected is above";
 }
 
-}  // namespace Nerio::Lumiq
+}  // namespace TestSupport
