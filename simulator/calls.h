@@ -10,11 +10,11 @@
 #define LUMIQ_SIMULATOR_CALLS_H
 
 #include <poll.h>
-#include <signal.h>
 #include <sys/types.h>
-#include <time.h>
 
+#include <csignal>
 #include <cstddef>
+#include <ctime>
 
 namespace Simulator {
 

@@ -28,21 +28,21 @@ FrameChoice defaultChoice(const CameraDescription& camera);
 /// The nearest to a wish, as UVC cameras do it: an unknown code gives the first format; of discrete
 /// sizes the one that overlaps best, of a range the nearest step; the interval is that of the size
 /// where it begins.
-FrameChoice chooseFrame(const CameraDescription& camera, std::uint32_t fourcc, std::uint32_t width,
+FrameChoice chooseFrame(const CameraDescription& camera, std::uint32_t code, std::uint32_t width,
                         std::uint32_t height);
 
 /// The interval of the choice that is nearest to the wish.
 Interval chooseInterval(const CameraDescription& camera, const FrameChoice& choice, Interval wish);
 
-const Format* findFormat(const CameraDescription& camera, std::uint32_t fourcc);
+const Format* findFormat(const CameraDescription& camera, std::uint32_t code);
 
 /// The intervals of one size; null when the format does not have that size.
 const Intervals* findIntervals(const Format& format, std::uint32_t width, std::uint32_t height);
 
-bool isCompressed(std::uint32_t fourcc);
-std::uint32_t bytesPerLine(std::uint32_t fourcc, std::uint32_t width);
+bool isCompressed(std::uint32_t code);
+std::uint32_t bytesPerLine(std::uint32_t code, std::uint32_t width);
 /// The bytes a buffer of that format needs.
-std::uint32_t imageBytes(std::uint32_t fourcc, std::uint32_t width, std::uint32_t height);
+std::uint32_t imageBytes(std::uint32_t code, std::uint32_t width, std::uint32_t height);
 
 /// The forms in which the control block keeps a choice.
 std::uint64_t packFormat(const FrameChoice& choice);

@@ -130,7 +130,8 @@ private:
 /// Codes without a picture: a mark, the number, and bytes that say nothing.
 class OpaquePainter final : public FramePainter {
 public:
-    OpaquePainter(std::uint32_t width, std::uint32_t height) : m_bytes(width * height / 16 + 64) {}
+    OpaquePainter(std::uint32_t width, std::uint32_t height)
+        : m_bytes(std::size_t{width} * height / 16 + 64) {}
 
     std::size_t paint(std::uint8_t* to, std::size_t capacity, std::uint32_t number) override {
         const std::size_t bytes = std::min<std::size_t>(capacity, m_bytes + number % 7 * 16);

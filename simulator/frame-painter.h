@@ -25,7 +25,7 @@ public:
     virtual std::size_t paint(std::uint8_t* to, std::size_t capacity, std::uint32_t number) = 0;
 };
 
-std::unique_ptr<FramePainter> makePainter(std::uint32_t fourcc, std::uint32_t width,
+std::unique_ptr<FramePainter> makePainter(std::uint32_t code, std::uint32_t width,
                                           std::uint32_t height, const Picture& picture);
 
 /// The same for JPEG alone.

@@ -50,6 +50,8 @@ void* map(void* address, std::size_t bytes, int protection, int flags, int descr
 
 }  // namespace
 
+// The functions have libc's names and, as everywhere, our names for what they take.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)
 LUMIQ_STANDS_IN int ioctl(int descriptor, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
@@ -104,3 +106,5 @@ LUMIQ_STANDS_IN int close(int descriptor) {
 LUMIQ_STANDS_IN int sched_yield() noexcept {
     return Simulator::callYield();
 }
+
+// NOLINTEND(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)

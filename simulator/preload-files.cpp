@@ -102,6 +102,8 @@ mode_t modeArgument(int flags, va_list arguments) {
 
 }  // namespace
 
+// The functions have libc's names and, as everywhere, our names for what they take.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)
 #define LUMIQ_OPEN(name)                                         \
     LUMIQ_STANDS_IN int name(const char* path, int flags, ...) { \
         va_list arguments;                                       \
@@ -207,3 +209,5 @@ LUMIQ_STANDS_IN off_t lseek(int descriptor, off_t offset, int whence) noexcept {
 LUMIQ_STANDS_IN off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept {
     return isCamera(descriptor) ? refuse(ESPIPE) : Simulator::rawSeek(descriptor, offset, whence);
 }
+
+// NOLINTEND(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)

@@ -123,6 +123,8 @@ timespec asTimespec(const timeval& time) {
 
 }  // namespace
 
+// The functions have libc's names and, as everywhere, our names for what they take.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)
 LUMIQ_STANDS_IN int pselect(int count, fd_set* read, fd_set* write, fd_set* except,
                             const timespec* timeout, const sigset_t* mask) {
     const Sets sets = {read, write, except};
@@ -166,3 +168,5 @@ LUMIQ_STANDS_IN int epoll_ctl(int set, int operation, int descriptor, epoll_even
     }
     return controlCamera(*camera.device, set, operation, event);
 }
+
+// NOLINTEND(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)

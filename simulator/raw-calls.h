@@ -9,14 +9,14 @@
 #define LUMIQ_SIMULATOR_RAW_CALLS_H
 
 #include <poll.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
-#include <time.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstddef>
+#include <ctime>
 
 namespace Simulator {
 

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <thread>
+#include <vector>
 
 #include "camera-handle.h"
 #include "frame-number.h"
@@ -225,6 +226,21 @@ TEST_F(AStream, LeavesPollInTimeAndLetsOthersWakeIt) {
     EXPECT_EQ(polled[0].revents, 0);
     EXPECT_EQ(polled[1].revents, POLLIN);
     waker.join();
+    close(event);
+}
+
+TEST_F(AStream, IsPolledAmongManyDescriptorsAndTwice) {
+    ASSERT_EQ(m_camera.start(), 0);
+    const int event = eventfd(1, EFD_CLOEXEC);
+    std::vector<pollfd> polled(300, pollfd{event, POLLIN, 0});
+    polled[100] = {m_camera.descriptor(), POLLIN, 0};
+    polled[200] = {m_camera.descriptor(), POLLPRI, 0};
+    polled[250].fd = -1;
+    ASSERT_EQ(m_camera.poll(), POLLIN);
+    EXPECT_EQ(poll(polled.data(), polled.size(), -1), 298);
+    EXPECT_EQ(polled[100].revents, POLLIN);
+    EXPECT_EQ(polled[200].revents, 0);
+    EXPECT_EQ(polled[250].revents, 0);
     close(event);
 }
 
