@@ -75,7 +75,7 @@ void CaptureRun::start() {
         return;
     }
     if (heedRemoval()) {
-        throw *m_outcome.failure;
+        throw Failure(*m_outcome.failure);
     }
     throw Failure(ExitCode::CaptureFailed,
                   "the camera does not start capturing " + printable(toString(m_point.format)) +

@@ -12,7 +12,6 @@
 namespace LumiqCam {
 namespace {
 
-using Nerio::Lumiq::Camera;
 using Nerio::Lumiq::CameraCapability;
 using Nerio::Lumiq::CameraCapabilityRanges;
 using Nerio::Lumiq::CameraInfo;
