@@ -86,9 +86,13 @@ LogMessage::LogMessage(LogLevel level, std::string_view tag, std::string_view fu
 }
 
 LogMessage::~LogMessage() {
-    const std::string text = std::move(m_text).str();
-    const std::lock_guard lock(writerMutex());
-    std::clog << m_level << text << std::endl;
+    try {
+        const std::string text = std::move(m_text).str();
+        const std::lock_guard lock(writerMutex());
+        std::clog << m_level << text << std::endl;
+    } catch (const std::ios_base::failure&) {
+        // A host may have asked std::clog to throw; a line that cannot be written must not end it.
+    }
 }
 
 }  // namespace Internal

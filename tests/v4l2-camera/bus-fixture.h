@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <exception>
 #include <memory>
 
 #include "clog-capture.h"
@@ -39,7 +40,12 @@ protected:
     PluginLibrary library;
     Nerio::Lumiq::CameraManager& manager = library.manager();
 
-    ~BusFixture() override { manager.setListener(nullptr); }
+    ~BusFixture() override {
+        manager.setListener(nullptr);
+        service.reset();
+        processBus.bus().stop();
+        waitForTheBusThread();
+    }
 
     static std::string path(const std::string& leaf) { return serviceRoot + "/" + leaf; }
 
@@ -47,6 +53,19 @@ protected:
     void connect() {
         manager.setListener(&managerListener);
         ASSERT_TRUE(manager.init());
+    }
+
+private:
+    // The library lives on, and so that its last words do not fall into the next test's log, they
+    // are waited for.
+    void waitForTheBusThread() {
+        try {
+            if (manager.init()) {
+                EXPECT_TRUE(log.waitForPrefixEver("runEventLoop: Lost the system bus"));
+            }
+        } catch (const std::exception&) {
+            // Never connected, so there is no thread.
+        }
     }
 };
 

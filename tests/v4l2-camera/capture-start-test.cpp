@@ -9,7 +9,7 @@
 #include <atomic>
 #include <thread>
 
-#include "camera-fixture.h"
+#include "capture-fixture.h"
 
 namespace {
 
@@ -18,16 +18,14 @@ using Nerio::Lumiq::CameraCapability;
 using Nerio::Lumiq::CameraCapabilityEx;
 using Nerio::Lumiq::CameraParameter;
 using Nerio::Lumiq::PixelFormat;
-using Simulator::TracedCall;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using TestSupport::CameraFixture;
+using TestSupport::CaptureFixture;
+using TestSupport::qvga;
 using TestSupport::RecordingCameraListener;
-
-constexpr CameraCapabilityEx vga{640, 480, {30, 1}};
-constexpr CameraCapabilityEx qvga{320, 240, {30, 1}};
+using TestSupport::vga;
 
 constexpr const char* yuyvCamera = R"({"name": "YUYV", "formats": [
     {"fourcc": "YUYV", "sizes": ["640x480", "320x240"]}]})";
@@ -38,41 +36,7 @@ constexpr const char* everyFormat = R"({"name": "All", "formats": [
     {"fourcc": "JPEG", "sizes": ["640x480"]}, {"fourcc": "VP80", "sizes": ["640x480"]},
     {"fourcc": "H264", "sizes": ["640x480", "1280x720"]}]})";
 
-std::string withFault(const std::string& fault, const std::string& more = "") {
-    return R"({"name": "Faulty", )" + more +
-           R"("formats": [{"fourcc": "YUYV", "sizes": ["640x480", "320x240"]}], "faults": [)" +
-           fault + "]}";
-}
-
-std::string failing(const std::string& call, const std::string& error, int first = 1) {
-    return withFault(R"({"call": ")" + call + R"(", "errno": ")" + error +
-                     R"(", "count": "always", "first": )" + std::to_string(first) + "}");
-}
-
-class ACameraThatStarts : public CameraFixture {
-protected:
-    // What the library asked of the camera from the traced start on, enumeration left out.
-    static std::vector<std::string> withoutEnumeration(const std::vector<TracedCall>& calls) {
-        std::vector<std::string> names;
-        for (const TracedCall& call : calls) {
-            if (call.name.rfind("VIDIOC_ENUM", 0) != 0 && call.name != "sched_yield" &&
-                call.name != "poll" && call.name != "VIDIOC_DQBUF") {
-                names.push_back(call.name);
-            }
-        }
-        return names;
-    }
-
-    std::string selected() {
-        for (const std::string& message : log.messages()) {
-            const std::string prefix = "startCapture: Selected format: ";
-            if (message.rfind(prefix, 0) == 0) {
-                return message.substr(prefix.size());
-            }
-        }
-        return "";
-    }
-};
+class ACameraThatStarts : public CaptureFixture {};
 
 TEST_F(ACameraThatStarts, NegotiatesMapsAndStreamsInThisOrder) {
     const auto camera = plugAndOpen(yuyvCamera);
@@ -273,150 +237,6 @@ TEST_F(ACameraThatStarts, AsksForTheRateInverted) {
     EXPECT_LT(times[19] - times[0], 2'000'000);
     EXPECT_GT(times[19] - times[0], 100'000);
     camera->setListener(nullptr);
-}
-
-TEST_F(ACameraThatStarts, SetsNoRateOnADeviceThatHasNone) {
-    const auto camera = plugAndOpen(withFault("", R"("timePerFrame": false, )"));
-    Simulator::startTrace();
-    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_THAT(withoutEnumeration(Simulator::stopTrace()), Not(Contains("VIDIOC_S_PARM")));
-    camera->stopCapture();
-}
-
-struct RateRefusal {
-    const char* name;
-    const char* call;
-};
-class ARefusedRate : public ACameraThatStarts, public ::testing::WithParamInterface<RateRefusal> {};
-
-TEST_P(ARefusedRate, IsLoggedAndDoesNotStopTheStart) {
-    const std::string call = GetParam().call;
-    const auto camera = plugAndOpen(failing(call, "EIO"));
-    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_EQ(log.count("startCapture: " + call + " error: 5"), 1U);
-    camera->stopCapture();
-}
-
-INSTANTIATE_TEST_SUITE_P(Asked, ARefusedRate,
-                         ::testing::Values(RateRefusal{"WhenRead", "VIDIOC_G_PARM"},
-                                           RateRefusal{"WhenSet", "VIDIOC_S_PARM"}),
-                         [](const auto& test) { return test.param.name; });
-
-struct Refusal {
-    const char* name;
-    const char* call;
-    int first;  ///< Which call of it fails, and all after it.
-    const char* line;
-    std::size_t mappingsLeft;
-};
-
-class ARefusedStart : public ACameraThatStarts, public ::testing::WithParamInterface<Refusal> {};
-
-TEST_P(ARefusedStart, SaysWhyOnceAndLeavesWhatIsMapped) {
-    const auto camera = plugAndOpen(failing(GetParam().call, "EPERM", GetParam().first));
-    log.clear();
-    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_FALSE(camera->captureStarted());
-    std::vector<std::string> errors = log.messages();
-    std::erase_if(errors, [](const std::string& each) {
-        return each.find("fail") == std::string::npos && each.find("error") == std::string::npos &&
-               each.find("Failed") == std::string::npos;
-    });
-    EXPECT_THAT(errors, ElementsAre(GetParam().line));
-    EXPECT_EQ(Simulator::liveCount().mappings, GetParam().mappingsLeft);
-    EXPECT_EQ(device().openHandles(), 1U) << "the device stays open for the next start";
-
-    // A stop has nothing to stop, and the camera's end lets go of everything.
-    Simulator::startTrace();
-    EXPECT_TRUE(camera->stopCapture());
-    EXPECT_THAT(Simulator::stopTrace(), IsEmpty());
-}
-
-TEST_P(ARefusedStart, LeavesNothingBehindWhenTheCameraGoes) {
-    auto camera = plugAndOpen(failing(GetParam().call, "EPERM", GetParam().first));
-    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_EQ(service->openCalls(path(onlyCamera)), 1) << "the next start uses the open device";
-    camera.reset();
-    EXPECT_EQ(Simulator::liveCount().mappings, 0U);
-    EXPECT_TRUE(closesEverything());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    At, ARefusedStart,
-    ::testing::Values(
-        Refusal{"SFmt", "VIDIOC_S_FMT", 1, "startCapture: VIDIOC_S_FMT error: 1", 0},
-        Refusal{"ReqBufs", "VIDIOC_REQBUFS", 1,
-                "allocBuffers: VIDIOC_REQBUFS failed: Operation not permitted(1)", 0},
-        Refusal{"QueryBuf", "VIDIOC_QUERYBUF", 3,
-                "allocBuffers: VIDIOC_QUERYBUF failed: Operation not permitted(1)", 2},
-        Refusal{"Mmap", "mmap", 3, "allocBuffers: mmap failed: Operation not permitted(1)", 0},
-        Refusal{"QBuf", "VIDIOC_QBUF", 3,
-                "allocBuffers: VIDIOC_QBUF failed: Operation not permitted(1)", 3},
-        Refusal{"StreamOn", "VIDIOC_STREAMON", 1,
-                "startCapture: Failed to turn on a stream: Operation not permitted (1)", 0}),
-    [](const auto& test) { return test.param.name; });
-
-TEST_F(ACameraThatStarts, UnmapsAndStreamsOffAfterAStreamThatDidNotStart) {
-    const auto camera = plugAndOpen(failing("VIDIOC_STREAMON", "ENOSPC"));
-    Simulator::startTrace();
-    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
-    std::vector<std::string> calls = withoutEnumeration(Simulator::stopTrace());
-    calls.erase(calls.begin(), std::find(calls.begin(), calls.end(), "VIDIOC_STREAMON"));
-    EXPECT_THAT(calls, ElementsAre("VIDIOC_STREAMON", "munmap", "munmap", "munmap", "munmap",
-                                   "VIDIOC_STREAMOFF"));
-}
-
-TEST_F(ACameraThatStarts, UsesFourOfMoreBuffers) {
-    const auto camera = plugAndOpen(withFault("", R"("buffers": 8, )"));
-    RecordingCameraListener listener;
-    camera->setListener(&listener);
-    Simulator::startTrace();
-    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
-    ASSERT_TRUE(listener.waitForFrames(6));
-    camera->stopCapture();
-    const auto calls = withoutEnumeration(Simulator::stopTrace());
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "mmap"), 4);
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "munmap"), 4);
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "VIDIOC_QUERYBUF"), 4);
-    camera->setListener(nullptr);
-}
-
-TEST_F(ACameraThatStarts, UsesFewerBuffersWhenItGetsNoMore) {
-    const auto camera = plugAndOpen(withFault("", R"("buffers": 2, )"));
-    RecordingCameraListener listener;
-    camera->setListener(&listener);
-    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_EQ(Simulator::liveCount().mappings, 2U);
-    EXPECT_TRUE(listener.waitForFrames(6));
-    camera->stopCapture();
-    camera->setListener(nullptr);
-}
-
-TEST_F(ACameraThatStarts, LeavesADeviceThatGrantsNoBuffersToTheDriversRefusal) {
-    const auto camera =
-        plugAndOpen(withFault(R"({"call": "VIDIOC_REQBUFS", "granted": 0, "count": "always"})"));
-    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_TRUE(log.has("startCapture: Failed to turn on a stream: Invalid argument (22)"));
-}
-
-TEST_F(ACameraThatStarts, ReportsAStreamOffThatFailsAndClosesAllTheSame) {
-    const auto camera = plugAndOpen(failing("VIDIOC_STREAMOFF", "EINVAL"));
-    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_TRUE(camera->stopCapture());
-    EXPECT_EQ(log.count("freeBuffers: VIDIOC_STREAMOFF failed: Invalid argument(22)"), 1U);
-    EXPECT_TRUE(closesEverything());
-    EXPECT_EQ(Simulator::liveCount().mappings, 0U);
-}
-
-TEST_F(ACameraThatStarts, StartsAfterAFailureThatHasPassed) {
-    const auto camera =
-        plugAndOpen(withFault(R"({"call": "VIDIOC_S_FMT", "errno": "EBUSY", "count": 1})"));
-    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_TRUE(log.has("startCapture: VIDIOC_S_FMT error: 16"));
-    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
-    EXPECT_EQ(service->openCalls(path(onlyCamera)), 1);
-    camera->stopCapture();
 }
 
 TEST_F(ACameraThatStarts, SurvivesTwoHundredStartsWithoutALeak) {

@@ -22,7 +22,6 @@ ClogCapture::~ClogCapture() {
 std::streamsize ClogCapture::xsputn(const char* text, std::streamsize length) {
     const std::lock_guard lock(m_mutex);
     m_text.append(text, static_cast<std::size_t>(length));
-    m_changed.notify_all();
     return length;
 }
 
@@ -30,15 +29,22 @@ int ClogCapture::overflow(int character) {
     if (character != traits_type::eof()) {
         const std::lock_guard lock(m_mutex);
         m_text.push_back(static_cast<char>(character));
-        m_changed.notify_all();
     }
     return traits_type::not_eof(character);
 }
 
-std::vector<std::string> ClogCapture::messagesLocked() const {
+// The last that a writer has to do with this object.
+int ClogCapture::sync() {
+    const std::lock_guard lock(m_mutex);
+    m_flushed = m_text.size();
+    m_changed.notify_all();
+    return 0;
+}
+
+std::vector<std::string> ClogCapture::messagesFrom(std::size_t begin) const {
     static const std::string tag = "[lumiq-v4l2-camera] ";
     std::vector<std::string> all;
-    std::istringstream lines(m_text);
+    std::istringstream lines(m_text.substr(begin, m_flushed - std::min(begin, m_flushed)));
     for (std::string line; std::getline(lines, line);) {
         const auto colon = line.find(':');
         const auto text = line.find(" -- ");
@@ -52,7 +58,7 @@ std::vector<std::string> ClogCapture::messagesLocked() const {
 
 std::vector<std::string> ClogCapture::messages() {
     const std::lock_guard lock(m_mutex);
-    return messagesLocked();
+    return messagesFrom(m_shown);
 }
 
 std::size_t ClogCapture::count(const std::string& message) {
@@ -61,30 +67,34 @@ std::size_t ClogCapture::count(const std::string& message) {
 }
 
 template <typename Predicate>
-bool ClogCapture::waitUntilAny(Predicate matches) {
+bool ClogCapture::waitUntilAny(bool cleared, Predicate matches) {
     std::unique_lock lock(m_mutex);
     return m_changed.wait_for(lock, waitLimit, [&] {
-        const std::vector<std::string> all = messagesLocked();
+        const std::vector<std::string> all = messagesFrom(cleared ? 0 : m_shown);
         return std::any_of(all.begin(), all.end(), matches);
     });
 }
 
 bool ClogCapture::waitFor(const std::string& message) {
-    return waitUntilAny([&](const std::string& each) { return each == message; });
+    return waitUntilAny(false, [&](const std::string& each) { return each == message; });
 }
 
 bool ClogCapture::waitForPrefix(const std::string& prefix) {
-    return waitUntilAny([&](const std::string& each) { return each.rfind(prefix, 0) == 0; });
+    return waitUntilAny(false, [&](const std::string& each) { return each.rfind(prefix, 0) == 0; });
+}
+
+bool ClogCapture::waitForPrefixEver(const std::string& prefix) {
+    return waitUntilAny(true, [&](const std::string& each) { return each.rfind(prefix, 0) == 0; });
 }
 
 std::string ClogCapture::text() {
     const std::lock_guard lock(m_mutex);
-    return m_text;
+    return m_text.substr(m_shown);
 }
 
 void ClogCapture::clear() {
     const std::lock_guard lock(m_mutex);
-    m_text.clear();
+    m_shown = m_text.size();
 }
 
 }  // namespace TestSupport

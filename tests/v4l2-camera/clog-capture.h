@@ -21,7 +21,7 @@ public:
     ClogCapture& operator=(const ClogCapture&) = delete;
     ~ClogCapture() override;
 
-    /// The text behind " -- " of every line so far, with the function's name before it:
+    /// The text behind " -- " of every finished line so far, with the function's name before it:
     /// "freeBuffers: VIDIOC_STREAMOFF failed: Invalid argument(22)".
     [[nodiscard]] std::vector<std::string> messages();
     [[nodiscard]] std::size_t count(const std::string& message);
@@ -29,20 +29,26 @@ public:
     /// False when the limit passed first.
     [[nodiscard]] bool waitFor(const std::string& message);
     [[nodiscard]] bool waitForPrefix(const std::string& prefix);
+    /// The same, also content with what was cleared.
+    [[nodiscard]] bool waitForPrefixEver(const std::string& prefix);
     /// All of it, as it was written.
     [[nodiscard]] std::string text();
+    /// What was written so far is not shown any more.
     void clear();
 
 private:
     std::streamsize xsputn(const char* text, std::streamsize length) override;
     int overflow(int character) override;
-    std::vector<std::string> messagesLocked() const;
+    int sync() override;
+    std::vector<std::string> messagesFrom(std::size_t begin) const;
     template <typename Predicate>
-    bool waitUntilAny(Predicate matches);
+    bool waitUntilAny(bool cleared, Predicate matches);
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::string m_text;
+    std::size_t m_shown = 0;    // What lies before was cleared.
+    std::size_t m_flushed = 0;  // What lies behind is still being written.
     std::streambuf* m_previous;
 };
 

@@ -89,6 +89,11 @@ struct PixelFormatDescription {
     return left.format == right.format && left.flags == right.flags;
 }
 
+[[nodiscard]] constexpr bool operator!=(const PixelFormatDescription& left,
+                                        const PixelFormatDescription& right) noexcept {
+    return !(left == right);
+}
+
 /// Orders descriptions by format alone, as signed numbers, so that an ordered set holds at most one
 /// description of each format and the first one inserted stays.
 struct CompareOnlyPixelFormat {
