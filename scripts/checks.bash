@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 # SPDX-License-Identifier: Apache-2.0
 #
-# What can be said about the sources without running them: layout, lint, licence lines. Each check
+# What can be said about the sources without running them: layout and lint. Each check
 # prints its complaints and returns non-zero if it has any. Sourced by scripts/lint and scripts/test,
 # which run them as stages from the top folder.
 
@@ -61,20 +61,4 @@ check_shell() {
     mapfile -t files < <(shell_sources)
     shellcheck --version | sed -n 's/^version/shellcheck/p'
     shellcheck --external-sources "${files[@]}"
-}
-
-# Every file that can carry a comment says whose it is and under which licence.
-check_licence_lines() {
-    local file bad=0
-    while read -r file; do
-        case $file in
-            *.json | *.png | *.jpg | LICENSE | */fuzz/corpus/*) continue ;;
-        esac
-        if ! head -n 6 "$file" | grep -q 'SPDX-License-Identifier: Apache-2.0' ||
-            ! head -n 6 "$file" | grep -q 'SPDX-FileCopyrightText: '; then
-            echo "$file: the SPDX lines are missing from its head"
-            bad=1
-        fi
-    done < <(git ls-files --cached --others --exclude-standard)
-    return "$bad"
 }
