@@ -205,8 +205,8 @@ bool V4L2Camera::stopCapture() {
     if (m_eventFd.isValid()) {
         ::eventfd_write(m_eventFd.get(), 1);
     }
-    // Not under the device mutex: the thread may need it to finish its cycle. There is no thread when
-    // the start that set the flag could not make one.
+    // Not under the device mutex: the thread may need it to finish its cycle. There is no thread
+    // when the start that set the flag could not make one.
     if (std::thread thread = takeThread(); thread.joinable()) {
         thread.join();
     }
