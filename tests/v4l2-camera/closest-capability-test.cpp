@@ -199,8 +199,9 @@ TEST_F(TheClosestCapability, IsNothingForAnUnknownPriorityAndOnlyFormatsAreAsked
     EXPECT_THAT(requestsFor(*camera, {640, 480, {30, 1}}, unknown), IsEmpty());
     EXPECT_EQ(requestsFor(*camera, {640, 480, {30, 1}}, unknown, PixelFormat::Raw), formatRequests);
     EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, unknown), IS_UNTOUCHED);
-    EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, static_cast<CameraCapabilityPriority>(0xFFFFFFFFU)),
-                IS_UNTOUCHED);
+    EXPECT_THAT(
+        closest(*camera, {640, 480, {30, 1}}, static_cast<CameraCapabilityPriority>(0xFFFFFFFFU)),
+        IS_UNTOUCHED);
 }
 
 TEST_F(TheClosestCapability, IsLookedForAmongTheSizesAndThenTheIntervalsOfTheSizeTaken) {
