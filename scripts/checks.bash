@@ -1,9 +1,9 @@
 # SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 # SPDX-License-Identifier: Apache-2.0
 #
-# What can be said about the sources without running them: layout and lint. Each check
-# prints its complaints and returns non-zero if it has any. Sourced by scripts/lint and scripts/test,
-# which run them as stages from the top folder.
+# What can be said about the sources without running them. Each check prints its complaints and
+# returns non-zero if it has any. Sourced by scripts/lint and scripts/test, which run them as stages
+# from the top folder.
 
 cpp_sources() {
     git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.c'
@@ -60,5 +60,5 @@ check_shell() {
     local files
     mapfile -t files < <(shell_sources)
     shellcheck --version | sed -n 's/^version/shellcheck/p'
-    shellcheck --external-sources "${files[@]}"
+    shellcheck --external-sources --source-path=SCRIPTDIR "${files[@]}"
 }
