@@ -20,7 +20,7 @@ work() {
 touch "$scratch/said"
 work >"$scratch/expected"
 export LD_PRELOAD="$LUMIQ_SIMULATOR"
-export LUMIQ_SIMULATOR_DEVICES=/dev/video0=$LUMIQ_CAMERAS/stepwise.json
+export LUMIQ_SIMULATOR_DEVICES="/dev/video0=$LUMIQ_CAMERAS/stepwise.json"
 work >"$scratch/said"
 unset LD_PRELOAD
 diff "$scratch/expected" "$scratch/said" >&2 || fail "a program's output differs"

@@ -4,6 +4,7 @@
 # For the tests that run ordinary V4L2 programs against simulated cameras: sourced by each, with
 # LUMIQ_SIMULATOR (the library to preload) and LUMIQ_CAMERAS (the folder of descriptions) set.
 
+# shellcheck shell=sh
 set -eu
 
 fail() {
