@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -199,6 +200,12 @@ LUMIQ_STANDS_IN FILE* fopen64(const char* path, const char* mode) {
 
 LUMIQ_STANDS_IN ssize_t read(int descriptor, void* to, std::size_t bytes) {
     return isCamera(descriptor) ? refuse(EINVAL) : Simulator::rawRead(descriptor, to, bytes);
+}
+LUMIQ_STANDS_IN ssize_t __read_chk(int descriptor, void* to, std::size_t bytes, std::size_t room) {
+    if (bytes > room) {
+        std::abort();
+    }
+    return read(descriptor, to, bytes);
 }
 LUMIQ_STANDS_IN ssize_t write(int descriptor, const void* from, std::size_t bytes) {
     return isCamera(descriptor) ? refuse(EINVAL) : Simulator::rawWrite(descriptor, from, bytes);
