@@ -33,8 +33,8 @@ check_format() {
     clang-format --dry-run --Werror "${files[@]}"
 }
 
-# Argument: a build folder that Clang compiled, for its compile commands. The tests are left out:
-# they are written to be read, and GoogleTest's macros set off most of what the linter looks for.
+# Argument: a build folder that Clang compiled, for its compile commands. The tests
+# and the benchmarks are left out: their frameworks' macros set off much of what the linter looks for.
 check_tidy() {
     local build=$1 files
     [[ -r $build/compile_commands.json ]] || {
@@ -43,7 +43,7 @@ check_tidy() {
     }
     clang-tidy --version
     mapfile -t files < <(git ls-files --cached --others --exclude-standard -- '*.cpp' |
-        grep -v '^tests/' | while read -r file; do
+        grep -vE '^(tests|bench)/' | while read -r file; do
             ! grep -qF "/$file\"" "$build/compile_commands.json" || printf '%s\n' "$file"
         done)
     ((${#files[@]})) || {
