@@ -35,10 +35,10 @@ std::uint32_t asWished(std::uint32_t wish, const Range& /*range*/) {
     return wish;
 }
 
-// A stepped camera is to be asked for its bounds or beyond: a wish between them gives 0, which
-// makes the search fail, rather than a size that the host did not name. Only a wish that rounds to
-// 0 gives one step.
-std::uint32_t refusedBetween(std::uint32_t wish, const Range& range) {
+// A wish within a stepped range, its bounds included, gives 0, which makes the search fail, rather
+// than a size that the host did not name; only a wish that rounds to 0 gives one step. A wish
+// beyond a bound gives the bound. Half a step is a whole number of pixels, rounded down.
+std::uint32_t refusedWithin(std::uint32_t wish, const Range& range) {
     const std::uint32_t above = wish - range.min;
     const std::uint32_t remainder = range.step == 0 ? above : above % range.step;
     const std::uint32_t rounded = wish - remainder + (remainder < range.step / 2 ? 1U : 0U);
@@ -118,8 +118,8 @@ void SizeChoice::consider(const v4l2_frmsizeenum& entry) {
             m_height = fit(m_wish.height, heights(entry.stepwise), asWished);
             break;
         case V4L2_FRMSIZE_TYPE_STEPWISE:
-            m_width = fit(m_wish.width, widths(entry.stepwise), refusedBetween);
-            m_height = fit(m_wish.height, heights(entry.stepwise), refusedBetween);
+            m_width = fit(m_wish.width, widths(entry.stepwise), refusedWithin);
+            m_height = fit(m_wish.height, heights(entry.stepwise), refusedWithin);
             break;
         default:
             break;
@@ -212,16 +212,19 @@ void appendCapabilities(const v4l2_frmsizeenum& entry,
     } else if (entry.type == V4L2_FRMSIZE_TYPE_STEPWISE) {
         const v4l2_frmsize_stepwise& sizes = entry.stepwise;
         // The width advances by the height's step while it is not above the largest height, then by
-        // its own; the height stays the smallest. In 64 bits, and at least by one, so that the walk
-        // ends whatever bounds and steps a driver names.
+        // its own; the height stays the smallest. In 64 bits, and with a step of nothing taken as
+        // one beyond every bound, so that the walk ends whatever a driver names.
+        constexpr std::uint64_t beyond = std::uint64_t{1} << 32U;
+        const std::uint64_t stepHeight = sizes.step_height != 0 ? sizes.step_height : beyond;
+        const std::uint64_t stepWidth = sizes.step_width != 0 ? sizes.step_width : beyond;
         std::uint64_t width = sizes.min_width;
         while (width <= sizes.max_width) {
             while (width <= sizes.max_height) {
                 capabilities.push_back(
                     {static_cast<std::uint32_t>(width), sizes.min_height, framesPerSecond});
-                width += std::max(sizes.step_height, 1U);
+                width += stepHeight;
             }
-            width += std::max(sizes.step_width, 1U);
+            width += stepWidth;
         }
     }
 }

@@ -42,7 +42,8 @@ struct SizeDistance {
     friend auto operator<=>(const SizeDistance&, const SizeDistance&) = default;
 };
 
-/// Keeps the listed frame size nearest to a wish; on equal distance the one listed first.
+/// Keeps the listed frame size nearest to a wish; on equal distance the one listed first. A range
+/// of sizes replaces whatever was listed before it.
 class SizeChoice {
 public:
     SizeChoice(const CameraCapabilityEx& wish, bool widthFirst)
@@ -62,7 +63,7 @@ private:
 };
 
 /// Keeps the listed frame interval whose rate is nearest to a wish; on equal distance the one
-/// listed first.
+/// listed first. A range of intervals that holds the wish replaces whatever was listed before it.
 class RateChoice {
 public:
     explicit RateChoice(const FrameRate& wish) : m_wish(wish) {}

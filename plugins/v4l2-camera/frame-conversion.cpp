@@ -123,6 +123,13 @@ struct Target {
     int cStride;
 };
 
+// Of an odd width the planes have bytes between them that no converter writes.
+void blackenGaps(V4L2CameraYCbCrFrame& record) {
+    if (record.width % 2 != 0) {
+        record.blacken();
+    }
+}
+
 template <auto Convert>
 void convertRows(const std::uint8_t* source, int stride, const Target& to, int width, int firstRow,
                  int rows) {
@@ -154,6 +161,7 @@ bool convertPacked(const Frame& frame, V4L2CameraYCbCrFrame& record) {
         return false;
     }
     const FramePlane& plane = frame.planes[0];
+    blackenGaps(record);
     const Target to(record);
     // Whole pairs of rows, since chroma is halved in height as well.
     const int apart = plane.width % 2 == 0 ? 0 : std::min(2 - plane.height % 2, int{plane.height});
@@ -170,6 +178,7 @@ bool convertMotionJpeg(const Frame& frame, V4L2CameraYCbCrFrame& record) {
         return false;
     }
     const EncodedPlane& image = frame.encoded;
+    blackenGaps(record);
     const Target to(record);
     const auto decode = [&] {
         return libyuv::MJPGToI420(image.data, image.size, to.y, to.yStride, to.cb, to.cStride,

@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <map>
-#include <sstream>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -44,15 +44,16 @@ UvcDeviceProxy::Opened UvcDeviceProxy::open() {
     try {
         sdbus::UnixFd received;
         m_proxy->callMethod("Open").onInterface(deviceInterface).storeResultsTo(received);
-        UniqueFd device(::fcntl(received.get(), F_DUPFD_CLOEXEC, 0));
-        if (!device.isValid()) {
-            std::ostringstream text;
-            text << Internal::SystemError{errno};
-            return {UniqueFd(), text.str()};
+        const int fd = ::fcntl(received.get(), F_DUPFD_CLOEXEC, 0);
+        if (fd == -1) {
+            throw std::system_error(errno, std::generic_category(), "dup");
         }
-        return {std::move(device), {}};
+        return {UniqueFd(fd), {}};
     } catch (const sdbus::Error& error) {
         return {UniqueFd(), describe(error)};
+    } catch (const std::system_error& error) {
+        // Out of descriptors, here or in the bus library while it reads the reply.
+        return {UniqueFd(), error.what()};
     }
 }
 
@@ -109,8 +110,8 @@ private:
 Gatehold::Gatehold(V4L2CameraManager& manager) : m_manager(&manager) {}
 
 Gatehold::~Gatehold() {
-    if (m_connection) {
-        m_connection->leaveEventLoop();
+    if (const auto current = connection()) {
+        current->leaveEventLoop();
     }
     if (m_eventLoop.joinable()) {
         m_eventLoop.join();
@@ -124,38 +125,57 @@ bool Gatehold::init() {
     }
     // What an earlier attempt left goes first: a proxy must not outlive its connection.
     m_objectManager.reset();
-    m_connection = sdbus::createSystemBusConnection();
+    const std::shared_ptr<sdbus::IConnection> fresh = sdbus::createSystemBusConnection();
+    {
+        const Internal::MutexLock lock(m_connectionMutex);
+        m_connection = fresh;
+    }
     m_objectManager = std::make_unique<ObjectManager>(
-        *m_connection, serviceName, sdbus::ObjectPath{objectManagerPath}, *m_manager);
+        *fresh, serviceName, sdbus::ObjectPath{objectManagerPath}, *m_manager);
     try {
         m_objectManager->handleExistingObjects();
-        m_eventLoop = std::thread([this] { runEventLoop(); });
     } catch (const sdbus::Error& error) {
         LUMIQ_LOG(Error) << "Can't init gatehold: " << describe(error);
         return false;
     }
-    m_initialized = true;
-    return true;
+    m_initialized = startEventLoop();
+    return m_initialized;
+}
+
+bool Gatehold::startEventLoop() {
+    try {
+        m_eventLoop = std::thread([this, current = connection()] { runEventLoop(*current); });
+        return true;
+    } catch (const std::system_error& error) {
+        LUMIQ_LOG_AS(Error, "init")
+            << "Can't init gatehold: " << error.code() << " / " << error.what();
+        return false;
+    }
 }
 
 // The bus thread. The library's own asynchronous loop would take the process down when the bus goes
 // away; losing the bus costs the host its arrivals and departures, nothing else.
-void Gatehold::runEventLoop() {
+void Gatehold::runEventLoop(sdbus::IConnection& connection) {
+    constexpr const char* lost = "Lost the system bus, no more camera arrivals or departures: ";
     try {
-        m_connection->enterEventLoop();
+        connection.enterEventLoop();
     } catch (const sdbus::Error& error) {
-        LUMIQ_LOG(Error) << "Lost the system bus, no more camera arrivals or departures: "
-                         << describe(error);
+        LUMIQ_LOG(Error) << lost << describe(error);
     } catch (const std::exception& error) {
-        LUMIQ_LOG(Error) << "Lost the system bus, no more camera arrivals or departures: "
-                         << error.what();
+        LUMIQ_LOG(Error) << lost << error.what();
     }
+}
+
+std::shared_ptr<sdbus::IConnection> Gatehold::connection() {
+    const Internal::MutexLock lock(m_connectionMutex);
+    return m_connection;
 }
 
 std::unique_ptr<UvcDeviceProxy> Gatehold::deviceProxy(const std::string& path) {
     // Without a connection there is nobody to ask: the host forgot CameraManager::init().
-    LUMIQ_ASSERT(m_connection != nullptr);
-    return std::make_unique<UvcDeviceProxy>(m_connection, path);
+    const std::shared_ptr<sdbus::IConnection> busConnection = connection();
+    LUMIQ_ASSERT(busConnection != nullptr);
+    return std::make_unique<UvcDeviceProxy>(busConnection, path);
 }
 
 }  // namespace Nerio::Lumiq

@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "lumiq/internal/mutex.h"
 #include "unique-fd.h"
 
 namespace sdbus {
@@ -57,9 +58,9 @@ public:
     /// connection, so no signal is handled during or after it.
     ~Gatehold();
 
-    /// Connects, reports the cameras that are there to the manager on the calling thread, and
-    /// starts the bus thread. False, with a log line, when the service fails; then it may be called
-    /// again. Errors: an exception when the bus cannot be reached.
+    /// Called by one thread at a time. Connects, reports the cameras that are there to the manager
+    /// on the calling thread, and starts the bus thread. False, with a log line, when the service
+    /// fails; then it may be called again. Errors: an exception when the bus cannot be reached.
     bool init();
 
     /// The service's object for the camera with this object path. Aborts when there is no
@@ -69,11 +70,15 @@ public:
 private:
     class ObjectManager;
 
-    void runEventLoop();
+    std::shared_ptr<sdbus::IConnection> connection();
+    bool startEventLoop();
+    void runEventLoop(sdbus::IConnection& connection);
 
     bool m_initialized = false;
     V4L2CameraManager* m_manager;
-    std::shared_ptr<sdbus::IConnection> m_connection;
+    // A camera may be opened on one thread while another tries init() again.
+    Internal::Mutex m_connectionMutex;
+    std::shared_ptr<sdbus::IConnection> m_connection LUMIQ_GUARDED_BY(m_connectionMutex);
     std::unique_ptr<ObjectManager> m_objectManager;
     std::thread m_eventLoop;
 };

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <system_error>
+#include <exception>
 
 #include "lumiq/internal/assert.h"
 #include "lumiq/internal/log.h"
@@ -161,7 +161,7 @@ bool V4L2Camera::allocBuffer(const V4L2Device& device, std::uint32_t index) {
     }
     if (const int error = (*m_buffers)[index].map(device.fd(), buffer.length, buffer.m.offset)) {
         LUMIQ_LOG_AS(Error, "allocBuffers") << "mmap failed: " << SystemError{error};
-        m_buffers.reset();
+        unmapBuffers();
         return false;
     }
     if (const int error = device.request(VIDIOC_QBUF, &buffer)) {
@@ -183,18 +183,21 @@ bool V4L2Camera::streamOn(const V4L2Device& device) {
 }
 
 bool V4L2Camera::startThread(const Device& device) {
+    m_running = true;
     m_started.store(true, std::memory_order_release);
     m_startTime = std::chrono::steady_clock::now();
     try {
         m_thread = std::thread([this, device] { loop(*device); });
-    } catch (const std::system_error& error) {
+        return true;
+    } catch (const std::exception& error) {
         LUMIQ_LOG_AS(Error, "startCapture") << "Can't start the capture thread: " << error.what();
-        m_started.store(false, std::memory_order_release);
-        freeBuffers(*device);
-        return false;
     }
-    m_running = true;
-    return true;
+    // A stop that has claimed the capture meanwhile tears it down; otherwise it is undone here.
+    if (m_started.exchange(false, std::memory_order_acq_rel)) {
+        freeBuffers(*device);
+        m_running = false;
+    }
+    return false;
 }
 
 bool V4L2Camera::stopCapture() {
@@ -223,7 +226,8 @@ std::thread V4L2Camera::takeThread() {
 void V4L2Camera::tearDown() {
     {
         const MutexLock lock(m_deviceMutex);
-        // Closed at the end of this block: the driver lets go of its buffers then.
+        // Closed with this pointer, and the driver lets go of its buffers then; a query that is
+        // using the device on another thread closes it when it ends.
         if (const Device device = takeDevice()) {
             freeBuffers(*device);
         }
@@ -232,15 +236,19 @@ void V4L2Camera::tearDown() {
     m_tornDown.notify_all();
 }
 
-// Unmaps before it stops the stream: nothing of ours refers to driver memory any more when the
-// driver takes it back.
-void V4L2Camera::freeBuffers(const V4L2Device& device) {
+void V4L2Camera::unmapBuffers() {
     if (m_buffers) {
         for (V4L2CameraBuffer& buffer : *m_buffers) {
             buffer.unmap();
         }
         m_buffers.reset();
     }
+}
+
+// Unmaps before it stops the stream: nothing of ours refers to driver memory any more when the
+// driver takes it back.
+void V4L2Camera::freeBuffers(const V4L2Device& device) {
+    unmapBuffers();
     int type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     if (const int error = device.request(VIDIOC_STREAMOFF, &type)) {
         LUMIQ_LOG(Error) << "VIDIOC_STREAMOFF failed: " << SystemError{error};

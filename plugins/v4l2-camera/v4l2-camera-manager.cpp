@@ -29,9 +29,18 @@ V4L2CameraManager::V4L2CameraManager() : m_gatehold(*this) {}
 V4L2CameraManager::~V4L2CameraManager() = default;
 
 bool V4L2CameraManager::init() {
-    if (!m_initialized) {
-        m_initialized = m_gatehold.init();
+    const std::lock_guard lock(m_initMutex);
+    if (m_initialized) {
+        return true;
     }
+    if (m_initializing) {
+        // A listener that is told of a camera during init() asks for what is under way.
+        return false;
+    }
+    m_initializing = true;
+    const auto done = [](bool* flag) { *flag = false; };
+    const std::unique_ptr<bool, decltype(done)> initializing(&m_initializing, done);
+    m_initialized = m_gatehold.init();
     return m_initialized;
 }
 
@@ -85,7 +94,8 @@ bool V4L2CameraManager::findClosestCapability(const std::string& id, PixelFormat
 std::shared_ptr<Camera> V4L2CameraManager::openCamera(const std::string& id) {
     auto camera = std::make_shared<V4L2Camera>(id, this);
     const MutexLock lock(m_mutex);
-    // The first camera of an id keeps the registration, even when it is gone by now.
+    // An entry is never replaced: not while its camera lives, nor while it is about to be
+    // forgotten, nor when a removal left it empty.
     m_openedCameras.emplace(id, camera);
     return camera;
 }
@@ -146,8 +156,8 @@ bool V4L2CameraManager::removeCameraInfo(const std::string& id) {
     return true;
 }
 
-// Leaves an empty entry where there was none, so a camera opened for this id later, from a list
-// that is out of date, is not registered.
+// Leaves an empty entry where there was none, so a camera opened for this id later, also
+// after the device has come back, is not registered until some camera of the id has gone.
 std::shared_ptr<V4L2Camera> V4L2CameraManager::registeredCamera(const std::string& id) {
     const MutexLock lock(m_mutex);
     return m_openedCameras[id].lock();

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -69,9 +70,13 @@ private:
     bool removeCameraInfo(const std::string& id);
     std::shared_ptr<V4L2Camera> registeredCamera(const std::string& id);
 
+    // One init() at a time. Recursive, since a listener may call init() from inside it.
+    std::recursive_mutex m_initMutex;
+    bool m_initialized = false;   // Guarded by m_initMutex.
+    bool m_initializing = false;  // Guarded by m_initMutex.
+
     // Never held while a listener or a camera's operation runs.
     Internal::Mutex m_mutex;
-    bool m_initialized = false;
     std::vector<CameraInfo> m_cameraInfos LUMIQ_GUARDED_BY(m_mutex);
     std::map<std::string, std::weak_ptr<V4L2Camera>> m_openedCameras LUMIQ_GUARDED_BY(m_mutex);
     // Last, so that the bus thread is gone before what it works on.

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a camera offers: formats, sizes, rates, and the point closest to a wish. Called on host
-// threads. The device is asked anew by every call; nothing here touches a running stream.
+// What a camera offers: formats, sizes, rates, and the point closest to a wish. Called by
+// hosts, on any thread. Nothing here touches a running stream.
 
 #include <algorithm>
 #include <iterator>
@@ -88,8 +88,9 @@ std::set<std::uint32_t> V4L2Camera::v4l2Formats() {
         }
     }
     const MutexLock lock(m_openMutex);
-    m_v4l2Formats = listed;
-    return listed;
+    // Another thread may have filled it meanwhile; what is known is never forgotten.
+    m_v4l2Formats.merge(listed);
+    return m_v4l2Formats;
 }
 
 // Under the device mutex, so that the answer does not fall into the middle of a start.

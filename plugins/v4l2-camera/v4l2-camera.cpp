@@ -29,7 +29,7 @@ V4L2Camera::~V4L2Camera() {
         takeThread().detach();
         tearDown();
     } else {
-        V4L2Camera::stopCapture();
+        stopCapture();
     }
     m_manager->forgetCamera(m_id);
 }
@@ -63,7 +63,7 @@ bool V4L2Camera::openDevice() {
     if (device()) {
         return true;
     }
-    // No lock is held while the service is asked: a removal must never wait for its answer.
+    // Not under m_openMutex: queries and stops on other threads go on while the service is asked.
     std::unique_ptr<UvcDeviceProxy> proxy = m_manager->gatehold().deviceProxy(m_id);
     UvcDeviceProxy::Opened opened = proxy->open();
     if (!opened.device.isValid()) {

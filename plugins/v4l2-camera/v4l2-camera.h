@@ -35,7 +35,8 @@ class UvcDeviceProxy;
 class V4L2CameraManager;
 
 /// Always made with std::make_shared. See README.md beside this file for its threads and locks.
-class V4L2Camera : public Internal::BaseCamera, public std::enable_shared_from_this<V4L2Camera> {
+class V4L2Camera final : public Internal::BaseCamera,
+                         public std::enable_shared_from_this<V4L2Camera> {
 public:
     /// Asks nobody anything: the device is opened when it is first needed.
     V4L2Camera(std::string id, V4L2CameraManager* manager);
@@ -92,6 +93,7 @@ private:
     bool allocBuffer(const V4L2Device& device, std::uint32_t index) LUMIQ_REQUIRES(m_deviceMutex);
     bool streamOn(const V4L2Device& device) LUMIQ_REQUIRES(m_deviceMutex);
     bool startThread(const Device& device) LUMIQ_REQUIRES(m_deviceMutex);
+    void unmapBuffers() LUMIQ_REQUIRES(m_deviceMutex);
     void freeBuffers(const V4L2Device& device) LUMIQ_REQUIRES(m_deviceMutex);
     std::thread takeThread() LUMIQ_EXCLUDES(m_deviceMutex);
     void tearDown() LUMIQ_EXCLUDES(m_deviceMutex);
@@ -135,7 +137,9 @@ private:
     std::shared_ptr<V4L2CameraBuffers> m_buffers LUMIQ_GUARDED_BY(m_deviceMutex);
     std::chrono::steady_clock::time_point m_startTime LUMIQ_GUARDED_BY(m_deviceMutex);
     std::thread m_thread LUMIQ_GUARDED_BY(m_deviceMutex);
-    // True from a start until the stop has torn everything down; a start waits for that.
+    // True from a start until the stop has torn everything down; a start waits for that. While it
+    // is true the device is open, so whoever holds the device mutex does not wait for the service,
+    // and the bus thread, which stops a removed camera, may wait for the device mutex.
     bool m_running LUMIQ_GUARDED_BY(m_deviceMutex) = false;
     std::condition_variable_any m_tornDown;
 

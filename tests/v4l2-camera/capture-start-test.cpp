@@ -105,9 +105,17 @@ TEST_F(ACameraThatStarts, RefusesAFormatItDoesNotOfferWithoutTouchingTheStream) 
 }
 
 TEST_F(ACameraThatStarts, PassesAPlainCapabilityOnWithItsRateOverOne) {
-    const auto camera = plugAndOpen(yuyvCamera);
-    ASSERT_TRUE(camera->startCapture(CameraCapability{320, 240, 30}, PixelFormat::YUYV));
+    // The one rate that the camera would take by itself is another.
+    const auto camera = plugAndOpen(R"({"name": "Plain", "formats": [
+        {"fourcc": "YUYV", "sizes": ["320x240"], "intervals": ["1/5", "1/100"]}]})");
+    RecordingCameraListener listener;
+    camera->setListener(&listener);
+    ASSERT_TRUE(camera->startCapture(CameraCapability{320, 240, 100}, PixelFormat::YUYV));
     EXPECT_TRUE(log.has("startCapture: Selected size: 320x240"));
+    ASSERT_TRUE(listener.waitForFrames(20));
+    const auto times = listener.timestamps();
+    EXPECT_LT(times[19] - times[0], 2'000'000) << "at five a second it would be four seconds";
+    camera->setListener(nullptr);
     camera->stopCapture();
 }
 

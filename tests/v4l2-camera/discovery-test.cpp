@@ -187,14 +187,24 @@ TEST_F(TheManager, AnswersAnIndexBeyondTheListWithFalse) {
 TEST(TheManagerDeathTest, AbortsOnTheIndexThatEqualsTheNumberOfCameras) {
     const TestSupport::PluginLibrary library;
     CameraInfo info;
-    EXPECT_DEATH(library.manager().getCameraInfo(0U, info), "");
+    EXPECT_DEATH(library.manager().getCameraInfo(0U, info), "Assertion '__n < this->size\\(\\)'");
+}
+
+TEST_F(TheManager, AbortsOnTheIndexThatEqualsTheNumberOfCamerasAlsoWhenThereAreSome) {
+    // The bus thread is running: the death happens in a process of its own.
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    service->add(path("a"));
+    connect();
+    CameraInfo info;
+    EXPECT_TRUE(manager.getCameraInfo(0U, info));
+    EXPECT_DEATH(manager.getCameraInfo(1U, info), "Assertion '__n < this->size\\(\\)'");
 }
 
 TEST(TheManagerDeathTest, AbortsWhenADeviceIsNeededBeforeInit) {
     const TestSupport::PluginLibrary library;
     const auto camera = library.manager().openCamera("/io/nerio/Gatehold1/Uvc/a");
     ASSERT_TRUE(camera);
-    EXPECT_DEATH((void)camera->getSupportedFormats(), "Assertion failed: m_connection != nullptr");
+    EXPECT_DEATH((void)camera->getSupportedFormats(), "Assertion failed: busConnection != nullptr");
 }
 
 TEST_F(TheManager, InitialisesOnceAndThenSaysYesWithoutTheBus) {

@@ -88,9 +88,9 @@ TEST_P(AShortBuffer, IsNotConvertedAndSaysWhy) {
 
 INSTANTIATE_TEST_SUITE_P(Of, AShortBuffer, ::testing::Values("YUYV", "UYVY", "YU12", "NV12"));
 
-class AFrame : public FrameFixture {};
+class AnImage : public FrameFixture {};
 
-TEST_F(AFrame, OfASizeTheDriverDidNotTakeIsNotReadBeyondItsEnd) {
+TEST_F(AnImage, OfASizeTheDriverDidNotTakeIsNotReadBeyondItsEnd) {
     // The device silently makes 320x240 of what it does not have; the host asked for more.
     camera = plugAndOpen(R"({"name": "Small", "intervals": ["1/100"], "formats": [
         {"fourcc": "YUYV", "sizes": ["320x240"]}]})");
@@ -101,10 +101,10 @@ TEST_F(AFrame, OfASizeTheDriverDidNotTakeIsNotReadBeyondItsEnd) {
     EXPECT_GE(linesLike("is too short for 1920x1080"), 2U);
 }
 
-class AFrameOfOddSize : public FrameFixture,
+class AnImageOfOddSize : public FrameFixture,
                         public ::testing::WithParamInterface<CameraCapabilityEx> {};
 
-TEST_P(AFrameOfOddSize, IsConvertedWithinItsMemory) {
+TEST_P(AnImageOfOddSize, IsConvertedWithinItsMemory) {
     // The driver's buffer ends with the last pixel, and under AddressSanitizer a byte beyond the
     // converted image would be found.
     const auto size = GetParam();
@@ -134,7 +134,7 @@ TEST_P(AFrameOfOddSize, IsConvertedWithinItsMemory) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, AFrameOfOddSize,
+INSTANTIATE_TEST_SUITE_P(Sizes, AnImageOfOddSize,
                          ::testing::Values(CameraCapabilityEx{161, 120, {100, 1}},
                                            CameraCapabilityEx{161, 121, {100, 1}},
                                            CameraCapabilityEx{160, 121, {100, 1}},
@@ -144,6 +144,21 @@ INSTANTIATE_TEST_SUITE_P(Sizes, AFrameOfOddSize,
                              return std::to_string(test.param.width) + "x" +
                                     std::to_string(test.param.height);
                          });
+
+TEST_F(AnImage, OfAMotionJpegOfAnotherSizeIsBlack) {
+    camera = plugAndOpen(R"({"name": "Small", "intervals": ["1/100"], "formats": [
+        {"fourcc": "MJPG", "sizes": ["320x240"]}]})");
+    listener.onFrame = [](const auto& buffer) {
+        const auto image = buffer->mapYCbCr();
+        ASSERT_TRUE(image);
+        expectPlanarLayout(*image, W, H);
+        EXPECT_EQ(std::count(image->y, image->cb, 0), W * H);
+        EXPECT_EQ(std::count(image->cb, image->cb + W * H / 2, 128), W * H / 2);
+    };
+    camera->setListener(&listener);
+    ASSERT_TRUE(camera->startCapture(CameraCapabilityEx{W, H, {30, 1}}, PixelFormat::MJPG));
+    ASSERT_TRUE(listener.waitForFrames(2));
+}
 
 struct Damage {
     const char* name;

@@ -37,7 +37,8 @@ struct CameraCapabilityEx {
     Fraction<unsigned int> fps;  ///< Frames per second; 0/1 is "not set".
 };
 
-/// Everything a camera offers for one pixel format, summed up. Zero means "none found".
+/// Everything a camera offers for one pixel format, summed up. Zero means "none found". The V4L2
+/// back end leaves minFps and fpsStep at 0/1.
 struct CameraCapabilityRanges {
     std::uint32_t minWidth = 0;      ///< Smallest width, pixels.
     std::uint32_t maxWidth = 0;      ///< Largest width, pixels.
@@ -47,7 +48,7 @@ struct CameraCapabilityRanges {
     std::uint32_t heightStep = 0;    ///< As widthStep.
     Fraction<unsigned int> minFps;   ///< Lowest frame rate, frames per second.
     Fraction<unsigned int> maxFps;   ///< Highest frame rate, frames per second.
-    Fraction<unsigned int> fpsStep;  ///< Frame-rate granularity; 0/1: only discrete rates.
+    Fraction<unsigned int> fpsStep;  ///< Frame-rate granularity; 0/1: not told.
 };
 
 /// What to keep closest to the wish. Any other value fits nothing in the V4L2 back end.

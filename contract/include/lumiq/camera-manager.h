@@ -29,7 +29,8 @@ public:
 
     /// Connects to device discovery. The cameras that are there already are listed and reported to
     /// the listener on the calling thread before it returns. True at once after a success; after a
-    /// failure it may be called again. Errors: false with a log line when the device-access service
+    /// failure it may be called again. From inside a listener call that it makes itself it returns
+    /// false and does nothing. Errors: false with a log line when the device-access service
     /// does not answer as it should; an exception derived from std::exception when the bus cannot
     /// be reached.
     virtual bool init() = 0;
@@ -47,8 +48,11 @@ public:
                                    std::vector<CameraCapability>& capabilities) = 0;
 
     /// Makes a camera object for `id`, owned by the caller; empty on failure. The V4L2 back end
-    /// makes a new object on every call, even for an unknown id, and tells only the first living
-    /// one of an id about the removal of its device.
+    /// makes a new object on every call, even for an unknown id; the operations of a camera whose
+    /// id is no D-Bus object path throw when they need the device. It tells a camera about the
+    /// removal of its device only when it was the first to be opened for its id, and since then no
+    /// other camera of the id has been destroyed, no query of this manager been made for the id,
+    /// and the device has not been removed before.
     [[nodiscard]] virtual std::shared_ptr<Camera> openCamera(const std::string& id) = 0;
 
     /// Camera::getSupportedFormats of the camera `id`; empty when it cannot be opened.

@@ -44,9 +44,9 @@ public:
     virtual bool startCapture(const CameraCapability& capability, PixelFormat format) = 0;
 
     /// Ends the capture: when it returns, the capture thread is gone, the driver's memory is
-    /// unmapped and the device is closed. True also when nothing was running. When two threads stop
-    /// at once, one of them does the work and the other returns at once. Not from inside a listener
-    /// call.
+    /// unmapped and the device is closed (later only while a query on another thread uses it). True
+    /// also when nothing was running. When two threads stop at once, one of them does the work and
+    /// the other returns at once. Not from inside a listener call.
     virtual bool stopCapture() = 0;
 
     /// True from a successful start until the stop, also after the capture thread ended on an
@@ -93,7 +93,7 @@ public:
 
     /// Starts the capture; images then go to the listener on the capture thread. Width and height
     /// in pixels, up to 65535. While a capture of the same size runs it returns true and changes
-    /// nothing, not even rate or format; with another size it restarts. False, with one log line
+    /// nothing, not even rate or format; with another size it restarts. False, with a log line
     /// that says why, when the device cannot be opened or refuses, and without one when the format
     /// is not among getSupportedFormats(). A refused frame rate does not stop a start. Not from
     /// inside a listener call.

@@ -41,8 +41,11 @@ struct EncodedPlane {
 ///                     (half width and half height, counted in pairs of samples, with the
 ///                     stride of Y)
 ///
-/// Planes not in use are zero. The pixels are the driver's memory: they are valid until the
-/// listener call that brought the buffer returns, no longer (see CameraListener::onCameraFrame).
+/// Planes not in use are zero. When the driver took a smaller size than it was asked for, planes
+/// reach beyond its buffer: start with a size that Camera::findClosestCapability gave, or ask
+/// mapYCbCr, which refuses such a buffer, before reading. The pixels are the driver's memory: they
+/// are valid until the listener call that brought the buffer returns, no longer (see
+/// CameraListener::onCameraFrame).
 struct Frame {
     PixelFormat format = PixelFormat::Invalid;
     union {
