@@ -49,6 +49,20 @@ std::size_t restartMarker(std::span<const std::uint8_t> jpeg, std::size_t n) {
     }
 }
 
+/// A JPEG uses the whole of a byte (JFIF 1.02), where video leaves room at both ends (BT.601).
+std::uint8_t fullLuma(std::uint8_t video) {
+    return static_cast<std::uint8_t>(std::clamp((video - 16) * 255 / 219, 0, 255));
+}
+std::uint8_t fullChroma(std::uint8_t video) {
+    return static_cast<std::uint8_t>(std::clamp(128 + (video - 128) * 255 / 224, 0, 255));
+}
+
+Bytes converted(const Bytes& row, std::uint8_t (*convert)(std::uint8_t)) {
+    Bytes result(row.size());
+    std::transform(row.begin(), row.end(), result.begin(), convert);
+    return result;
+}
+
 class JpegPainter final : public FramePainter {
 public:
     JpegPainter(std::uint32_t width, std::uint32_t height, const Picture& picture)
@@ -56,9 +70,12 @@ public:
           m_height(height),
           m_quality(picture.jpegQuality),
           m_bars(width, picture),
+          m_luma(converted(m_bars.luma(), fullLuma)),
+          m_blue(converted(m_bars.blue(), fullChroma)),
+          m_red(converted(m_bars.red(), fullChroma)),
           m_strip(width, height),
           m_neutral(width + 2 * blockRows, 128),
-          m_padded(blockRows * (width + 2 * blockRows), 16),
+          m_padded(blockRows * (width + 2 * blockRows), 0),
           m_backgrounds(m_bars.cycle()) {}
 
     std::size_t paint(std::uint8_t* to, std::size_t capacity, std::uint32_t number) override {
@@ -135,9 +152,9 @@ private:
         for (std::size_t i = 0; i < blockRows; ++i) {
             const std::size_t y = jpeg.next_scanline + i;
             const bool inStrip = y < m_strip.height();
-            rows[0][i] = inStrip ? stripRow(y) : sample(m_bars.luma(), start);
-            rows[1][i] = inStrip ? m_neutral.data() : sample(m_bars.blue(), start / 2);
-            rows[2][i] = inStrip ? m_neutral.data() : sample(m_bars.red(), start / 2);
+            rows[0][i] = inStrip ? stripRow(y) : sample(m_luma, start);
+            rows[1][i] = inStrip ? m_neutral.data() : sample(m_blue, start / 2);
+            rows[2][i] = inStrip ? m_neutral.data() : sample(m_red, start / 2);
         }
         std::array<JSAMPARRAY, 3> planes = {rows[0].data(), rows[1].data(), rows[2].data()};
         jpeg_write_raw_data(&jpeg, planes.data(), blockRows);
@@ -146,7 +163,7 @@ private:
     /// A row of the strip, padded to whole blocks.
     JSAMPROW stripRow(std::size_t y) {
         std::uint8_t* const row = &m_padded[y % blockRows * (m_width + 2 * blockRows)];
-        std::memcpy(row, m_strip.row(y), m_width);
+        std::transform(m_strip.row(y), m_strip.row(y) + m_width, row, fullLuma);
         return row;
     }
 
@@ -159,6 +176,7 @@ private:
     const std::uint32_t m_height;
     const int m_quality;
     const Bars m_bars;
+    const Bytes m_luma, m_blue, m_red;  ///< the bars' rows in a JPEG's range
     NumberStrip m_strip;
     Bytes m_neutral;
     Bytes m_padded;
