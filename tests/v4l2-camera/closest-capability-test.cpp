@@ -27,6 +27,9 @@ constexpr auto fpsHeight = CameraCapabilityPriority::FpsHeight;
 constexpr auto everyPriority = {sizeWidth, sizeHeight, fpsWidth, fpsHeight};
 
 constexpr CameraCapabilityEx untouched{11, 22, {33, 44}};
+auto isUntouched() {
+    return IsPoint(11, 22, 33, 44);
+}
 
 std::string yuyv(const std::string& sizes, const std::string& intervals = R"(["1/30"])") {
     return R"({"name": "Closest", "formats": [{"fourcc": "YUYV", "sizes": )" + sizes +
@@ -56,8 +59,6 @@ protected:
         return requestsOf(Simulator::stopTrace());
     }
 };
-
-#define IS_UNTOUCHED IsPoint(11, 22, 33, 44)
 
 TEST_F(TheClosestCapability, HasTheNearestWidthAndThenTheNearestHeight) {
     const auto camera = plugAndOpen(yuyv(R"(["640x480", "1280x720", "1920x1080"])"));
@@ -136,36 +137,36 @@ TEST_F(TheClosestCapability, IsABoundOfSteppedSizesOrNothing) {
     const auto camera =
         plugAndOpen(yuyv(R"({"min": "160x120", "max": "1920x1080", "step": "16x8"})"));
     for (const CameraCapabilityPriority priority : everyPriority) {
-        EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority), IS_UNTOUCHED);
-        EXPECT_THAT(closest(*camera, {160, 120, {30, 1}}, priority), IS_UNTOUCHED);
-        EXPECT_THAT(closest(*camera, {1920, 1080, {30, 1}}, priority), IS_UNTOUCHED);
+        EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority), isUntouched());
+        EXPECT_THAT(closest(*camera, {160, 120, {30, 1}}, priority), isUntouched());
+        EXPECT_THAT(closest(*camera, {1920, 1080, {30, 1}}, priority), isUntouched());
         EXPECT_THAT(closest(*camera, {1921, 1081, {30, 1}}, priority), IsPoint(1920, 1080, 30, 1));
     }
     EXPECT_THAT(closest(*camera, {159, 119, {30, 1}}, sizeWidth), IsPoint(160, 120, 30, 1));
     // The walk begins at the smallest size, which lies within the range.
-    EXPECT_THAT(closest(*camera, {159, 119, {30, 1}}, fpsWidth), IS_UNTOUCHED);
+    EXPECT_THAT(closest(*camera, {159, 119, {30, 1}}, fpsWidth), isUntouched());
 }
 
 TEST_F(TheClosestCapability, HasTheHighestRateOfAContinuousIntervalThatHoldsTheWish) {
     const auto camera = plugAndOpen(yuyv(R"(["640x480"])", R"({"min": "1/60", "max": "1/5"})"));
     EXPECT_THAT(closest(*camera, {640, 480, {20, 1}}, sizeWidth), IsPoint(640, 480, 60, 1));
     EXPECT_THAT(closest(*camera, {640, 480, {5, 1}}, fpsWidth), IsPoint(640, 480, 60, 1));
-    EXPECT_THAT(closest(*camera, {640, 480, {61, 1}}, sizeWidth), IS_UNTOUCHED);
-    EXPECT_THAT(closest(*camera, {640, 480, {4, 1}}, fpsWidth), IS_UNTOUCHED);
+    EXPECT_THAT(closest(*camera, {640, 480, {61, 1}}, sizeWidth), isUntouched());
+    EXPECT_THAT(closest(*camera, {640, 480, {4, 1}}, fpsWidth), isUntouched());
 }
 
 TEST_F(TheClosestCapability, HasTheStepOfAnIntervalRangeThatMeetsTheWish) {
     const auto camera =
         plugAndOpen(yuyv(R"(["640x480"])", R"({"min": "1/60", "max": "1/5", "step": "1/120"})"));
     EXPECT_THAT(closest(*camera, {640, 480, {40, 1}}, sizeWidth), IsPoint(640, 480, 120, 1));
-    EXPECT_THAT(closest(*camera, {640, 480, {25, 1}}, sizeWidth), IS_UNTOUCHED);
-    EXPECT_THAT(closest(*camera, {640, 480, {61, 1}}, sizeWidth), IS_UNTOUCHED);
+    EXPECT_THAT(closest(*camera, {640, 480, {25, 1}}, sizeWidth), isUntouched());
+    EXPECT_THAT(closest(*camera, {640, 480, {61, 1}}, sizeWidth), isUntouched());
 }
 
 TEST_F(TheClosestCapability, IsNothingWithoutIntervals) {
     const auto camera = plugAndOpen(yuyv(R"(["640x480"])", "[]"));
     for (const CameraCapabilityPriority priority : everyPriority) {
-        EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority), IS_UNTOUCHED);
+        EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority), isUntouched());
     }
 }
 
@@ -175,7 +176,7 @@ TEST_F(TheClosestCapability, IsNothingInAFormatThatTheCameraLacks) {
         for (const PixelFormat format :
              {PixelFormat::Invalid, PixelFormat::YUV420SemiPlanar, PixelFormat::Encoded,
               PixelFormat::Preferred, PixelFormat::MJPG, PixelFormat::Mappable}) {
-            EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority, format), IS_UNTOUCHED);
+            EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority, format), isUntouched());
         }
     }
 }
@@ -198,10 +199,10 @@ TEST_F(TheClosestCapability, IsNothingForAnUnknownPriorityAndOnlyFormatsAreAsked
     EXPECT_EQ(requestsFor(*camera, {640, 480, {30, 1}}, unknown), formatRequests);
     EXPECT_THAT(requestsFor(*camera, {640, 480, {30, 1}}, unknown), IsEmpty());
     EXPECT_EQ(requestsFor(*camera, {640, 480, {30, 1}}, unknown, PixelFormat::Raw), formatRequests);
-    EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, unknown), IS_UNTOUCHED);
+    EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, unknown), isUntouched());
     EXPECT_THAT(
         closest(*camera, {640, 480, {30, 1}}, static_cast<CameraCapabilityPriority>(0xFFFFFFFFU)),
-        IS_UNTOUCHED);
+        isUntouched());
 }
 
 TEST_F(TheClosestCapability, IsLookedForAmongTheSizesAndThenTheIntervalsOfTheSizeTaken) {
@@ -226,7 +227,7 @@ TEST_F(TheClosestCapability, AsksForTheFormatsTwiceWhereTheyDecideByPreference) 
 
 TEST_F(TheClosestCapability, IsNothingForNoRateWhenTheRateComesFirstAndNothingIsAskedFor) {
     const auto camera = plugAndOpen(yuyv(R"(["640x480"])"));
-    EXPECT_THAT(closest(*camera, {640, 480, {0, 1}}, fpsWidth), IS_UNTOUCHED);
+    EXPECT_THAT(closest(*camera, {640, 480, {0, 1}}, fpsWidth), isUntouched());
     EXPECT_THAT(requestsFor(*camera, {640, 480, {0, 1}}, fpsWidth), IsEmpty());
     EXPECT_THAT(requestsFor(*camera, {640, 480, {0, 0}}, fpsHeight), IsEmpty());
 }
@@ -251,7 +252,7 @@ TEST_F(TheClosestCapability, IsNothingWhenTheSizesCannotBeRead) {
     const auto camera = plugAndOpen(yuyv(R"(["640x480"])"));
     device().setFault(R"({"call": "VIDIOC_ENUM_FRAMESIZES", "errno": "EIO", "count": "always"})");
     for (const CameraCapabilityPriority priority : everyPriority) {
-        EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority), IS_UNTOUCHED);
+        EXPECT_THAT(closest(*camera, {640, 480, {30, 1}}, priority), isUntouched());
     }
 }
 

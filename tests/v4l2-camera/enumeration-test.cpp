@@ -15,6 +15,7 @@ using Nerio::Lumiq::CameraCapabilityRanges;
 using Nerio::Lumiq::PixelFormat;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using TestSupport::AreSizes;
 using TestSupport::CameraFixture;
 using TestSupport::IsCapability;
 using TestSupport::IsRate;
@@ -111,12 +112,7 @@ TEST_F(ACamera, TellsTheBoundsOfAllDiscreteSizesAndRates) {
         {"size": "320x720", "intervals": ["1/5", "1/10"]}]})"));
     CameraCapabilityRanges ranges;
     ASSERT_TRUE(camera->queryCapabilityRanges(PixelFormat::YUYV, ranges));
-    EXPECT_EQ(ranges.minWidth, 320U);
-    EXPECT_EQ(ranges.maxWidth, 1280U);
-    EXPECT_EQ(ranges.widthStep, 0U);
-    EXPECT_EQ(ranges.minHeight, 240U);
-    EXPECT_EQ(ranges.maxHeight, 720U);
-    EXPECT_EQ(ranges.heightStep, 0U);
+    EXPECT_THAT(ranges, AreSizes(320, 1280, 0, 240, 720, 0));
     EXPECT_THAT(ranges.maxFps, IsRate(30, 1));
 }
 
@@ -125,12 +121,7 @@ TEST_F(ACamera, TellsTheStepsOfSteppedSizes) {
         {"min": "160x120", "max": "1920x1080", "step": "16x8"}, "intervals": ["1/25"]})"));
     CameraCapabilityRanges ranges;
     ASSERT_TRUE(camera->queryCapabilityRanges(PixelFormat::YUV420SemiPlanar, ranges));
-    EXPECT_EQ(ranges.minWidth, 160U);
-    EXPECT_EQ(ranges.maxWidth, 1920U);
-    EXPECT_EQ(ranges.widthStep, 16U);
-    EXPECT_EQ(ranges.minHeight, 120U);
-    EXPECT_EQ(ranges.maxHeight, 1080U);
-    EXPECT_EQ(ranges.heightStep, 8U);
+    EXPECT_THAT(ranges, AreSizes(160, 1920, 16, 120, 1080, 8));
     EXPECT_THAT(ranges.maxFps, IsRate(25, 1));
 }
 
@@ -139,10 +130,7 @@ TEST_F(ACamera, TellsStepsOfOneForContinuousSizes) {
         cameraWith(R"({"fourcc": "UYVY", "sizes": {"min": "160x120", "max": "1920x1080"}})"));
     CameraCapabilityRanges ranges;
     ASSERT_TRUE(camera->queryCapabilityRanges(PixelFormat::UYVY, ranges));
-    EXPECT_EQ(ranges.minWidth, 160U);
-    EXPECT_EQ(ranges.maxHeight, 1080U);
-    EXPECT_EQ(ranges.widthStep, 1U);
-    EXPECT_EQ(ranges.heightStep, 1U);
+    EXPECT_THAT(ranges, AreSizes(160, 1920, 1, 120, 1080, 1));
 }
 
 TEST_F(ACamera, TellsTheRateOfTheLongestIntervalOfARange) {

@@ -11,6 +11,7 @@
 #include <linux/videodev2.h>
 
 #include <cstdint>
+#include <vector>
 
 #include "lumiq/camera-capability.h"
 
@@ -66,6 +67,16 @@ MATCHER_P2(IsSize, width, height, "") {
     *result_listener << arg.width << "x" << arg.height;
     return arg.width == static_cast<std::uint32_t>(width) &&
            arg.height == static_cast<std::uint32_t>(height);
+}
+
+/// Least, greatest and step of the widths of ranges, then of the heights.
+MATCHER_P6(AreSizes, minWidth, maxWidth, widthStep, minHeight, maxHeight, heightStep, "") {
+    *result_listener << arg.minWidth << ".." << arg.maxWidth << " by " << arg.widthStep << ", "
+                     << arg.minHeight << ".." << arg.maxHeight << " by " << arg.heightStep;
+    return std::vector<std::int64_t>{arg.minWidth,  arg.maxWidth,  arg.widthStep,
+                                     arg.minHeight, arg.maxHeight, arg.heightStep} ==
+           std::vector<std::int64_t>{minWidth,  maxWidth,  widthStep,
+                                     minHeight, maxHeight, heightStep};
 }
 
 /// The very fraction, not only its value.

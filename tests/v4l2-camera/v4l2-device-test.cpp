@@ -82,6 +82,16 @@ protected:
         };
     }
 
+    /// Three questions, each nothing but `expected` and its index.
+    template <typename Entry>
+    static void expectQuestions(const std::vector<Entry>& questions, Entry expected) {
+        ASSERT_EQ(questions.size(), 3U);
+        for (expected.index = 0; expected.index < 3; ++expected.index) {
+            EXPECT_EQ(std::memcmp(&questions[expected.index], &expected, sizeof expected), 0)
+                << expected.index;
+        }
+    }
+
     int calls = 0;
     Driver driver;
     const V4L2Device device{UniqueFd(::eventfd(0, EFD_CLOEXEC))};
@@ -147,13 +157,9 @@ TEST_F(AV4L2Device, AsksForFormatsAfreshUnderEachIndex) {
     scribble(questions, VIDIOC_ENUM_FMT, 2);
     for ([[maybe_unused]] const v4l2_fmtdesc& format : device.formats()) {
     }
-    ASSERT_EQ(questions.size(), 3U);
-    for (std::uint32_t index = 0; index < 3; ++index) {
-        v4l2_fmtdesc expected{};
-        expected.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        expected.index = index;
-        EXPECT_EQ(std::memcmp(&questions[index], &expected, sizeof expected), 0) << index;
-    }
+    v4l2_fmtdesc expected{};
+    expected.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    expectQuestions(questions, expected);
 }
 
 TEST_F(AV4L2Device, AsksForFrameSizesAfreshUnderEachIndex) {
@@ -161,13 +167,9 @@ TEST_F(AV4L2Device, AsksForFrameSizesAfreshUnderEachIndex) {
     scribble(questions, VIDIOC_ENUM_FRAMESIZES, 2);
     for ([[maybe_unused]] const v4l2_frmsizeenum& size : device.frameSizes(MJPG)) {
     }
-    ASSERT_EQ(questions.size(), 3U);
-    for (std::uint32_t index = 0; index < 3; ++index) {
-        v4l2_frmsizeenum expected{};
-        expected.pixel_format = MJPG;
-        expected.index = index;
-        EXPECT_EQ(std::memcmp(&questions[index], &expected, sizeof expected), 0) << index;
-    }
+    v4l2_frmsizeenum expected{};
+    expected.pixel_format = MJPG;
+    expectQuestions(questions, expected);
 }
 
 TEST_F(AV4L2Device, AsksForFrameIntervalsAfreshUnderEachIndex) {
@@ -176,15 +178,11 @@ TEST_F(AV4L2Device, AsksForFrameIntervalsAfreshUnderEachIndex) {
     for ([[maybe_unused]] const v4l2_frmivalenum& interval :
          device.frameIntervals(YUYV, 640, 480)) {
     }
-    ASSERT_EQ(questions.size(), 3U);
-    for (std::uint32_t index = 0; index < 3; ++index) {
-        v4l2_frmivalenum expected{};
-        expected.pixel_format = YUYV;
-        expected.width = 640;
-        expected.height = 480;
-        expected.index = index;
-        EXPECT_EQ(std::memcmp(&questions[index], &expected, sizeof expected), 0) << index;
-    }
+    v4l2_frmivalenum expected{};
+    expected.pixel_format = YUYV;
+    expected.width = 640;
+    expected.height = 480;
+    expectQuestions(questions, expected);
 }
 
 TEST_F(AV4L2Device, PicksTheListedCodeThatComesFirstInTheRow) {
