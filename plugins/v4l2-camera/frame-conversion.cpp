@@ -75,12 +75,12 @@ std::size_t planarSize(const Frame& frame) {
 std::size_t semiPlanarSize(const Frame& frame) {
     const FramePlane& chroma = frame.planes[1];
     const std::size_t luma = std::size_t{frame.planes[0].width} * frame.planes[0].height;
-    return extent(luma, chroma.stride, chroma.height, chroma.width * 2U);
+    return extent(luma, chroma.stride, chroma.height, std::size_t{2} * chroma.width);
 }
 
 std::size_t packedSize(const Frame& frame) {
     const FramePlane& plane = frame.planes[0];
-    return extent(0, plane.stride, plane.height, plane.width * 2U);
+    return extent(0, plane.stride, plane.height, std::size_t{2} * plane.width);
 }
 
 // The decoder is told where the buffer ends and finds the image in it.

@@ -56,7 +56,7 @@ void V4L2CameraYCbCrFrame::initPlanar() {
 void V4L2CameraYCbCrFrame::initSemiPlanar() {
     const std::size_t luma = std::size_t{width} * height;
     const std::size_t chromaRows = (height + 1U) / 2U;
-    allocate(std::max(luma + chromaRows * ((width + 1U) / 2U * 2U), luma * 3 / 2));
+    allocate(std::max(luma + chromaRows * ((width + std::size_t{1}) / 2 * 2), luma * 3 / 2));
     if (y == nullptr) {
         return;
     }
