@@ -142,7 +142,7 @@ void convertRows(const std::uint8_t* source, int stride, const Target& to, int w
 // the whole last pair of a row: two bytes beyond the last row, and so perhaps beyond the buffer.
 template <auto Convert>
 void convertLastRows(const FramePlane& plane, const Target& to, int rows) {
-    const std::size_t rowBytes = plane.width * 2U;
+    const std::size_t rowBytes = std::size_t{2} * plane.width;
     const std::size_t paddedBytes = rowBytes + 2;
     const int firstRow = plane.height - rows;
     std::vector<std::uint8_t> padded(paddedBytes * static_cast<std::size_t>(rows), 128);
