@@ -134,7 +134,8 @@ public:
         : m_bytes(std::size_t{width} * height / 16 + 64) {}
 
     std::size_t paint(std::uint8_t* to, std::size_t capacity, std::uint32_t number) override {
-        const std::size_t bytes = std::min<std::size_t>(capacity, m_bytes + number % 7 * 16);
+        const std::size_t bytes =
+            std::min<std::size_t>(capacity, m_bytes + number % 7 * std::size_t{16});
         std::memset(to, 0x5a, bytes);
         std::memcpy(to, opaqueMark.data(), std::min(bytes, opaqueMark.size()));
         for (std::size_t i = opaqueMark.size(); i < std::min(bytes, opaqueMark.size() + 4); ++i) {
