@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Reads the JUnit file that CTest writes. Prints "counts PASSED FAILED SKIPPED", then one line for
-# each test that was skipped, with the reason it gave, and for each that failed.
+# each test that was skipped, with the reason it gave, and for each that failed, the latter followed
+# by "said" lines: the beginning of what it printed, without GoogleTest's frame.
 # Used by scripts/test.
 
 function attribute(name) {
@@ -23,6 +24,8 @@ function plain(text) {
     status = attribute("status")
     reason = ""
     wanted = 1
+    said = ""
+    said_lines = 0
     next
 }
 
@@ -33,12 +36,17 @@ status == "notrun" && /: Skipped$/ { reason = ""; wanted = 2; next }
 status == "notrun" && wanted == 2 { reason = $0; wanted = 0; next }
 status == "notrun" && wanted == 1 && !/<\/?(system-out|skipped|testcase)/ && NF { reason = $0 }
 
+status == "fail" && !/^\[|^Running main|^Note: Google|<\/?(system-out|failure|testcase)/ && NF && said_lines < 12 {
+    said = said "said " plain($0) "\n"
+    ++said_lines
+}
+
 /<\/testcase>/ {
     if (status == "run") {
         ++passed
     } else if (status == "fail") {
         ++failed
-        lines = lines "failed " plain(name) "\n"
+        lines = lines "failed " plain(name) "\n" said
     } else {
         ++skipped
         lines = lines "skipped " plain(name) ": " \

@@ -32,7 +32,7 @@ stage() {
     printf '%5d s  FAILED (%d)\n' $((SECONDS - begin)) "$code"
     failed_stages+=("$name")
     printf '%s\n' "--- the end of $file:"
-    tail -n "${stage_tail:-25}" "$file"
+    tail -n 25 "$file" | cut -c 1-160
     printf '%s\n' "---"
     return "$code"
 }
