@@ -63,6 +63,20 @@ TEST(AStream, WhoseFramesWereOnlyLateLostNone) {
     EXPECT_EQ(arriving({0, 1, 2, 3, 4, 8, 8.01, 9, 10, 11, 12}).lost, 2U);
 }
 
+TEST(AStream, WhoseFramesCameLateByPartOfAnIntervalLostNone) {
+    EXPECT_EQ(arriving({0, 1, 2, 3, 4, 5.6, 6.2, 7, 8, 9, 10, 11}).lost, 0U);
+    EXPECT_EQ(arriving({0, 1, 2, 3, 4, 5.9, 6.8, 7.6, 8.3, 9, 10, 11}).lost, 0U);
+}
+
+TEST(AStream, WhoseUsualIntervalIsNotQuiteTheCamerasLostNone) {
+    StreamStatistics statistics;
+    for (std::int64_t number = 0; number < 10000; ++number) {
+        // Every tenth interval is a little longer, so that the median is below the mean.
+        statistics.add(number * 10000 + number / 10 * 1500);
+    }
+    EXPECT_EQ(statistics.summary(100).lost, 0U);
+}
+
 TEST(AStream, IsMeasuredByItsOwnPaceNotByTheWish) {
     EXPECT_EQ(arriving({0, 2, 4, 6, 8, 10, 12}, 100).lost, 0U);
 }

@@ -15,6 +15,13 @@ namespace {
 // With fewer intervals than this their median says little.
 constexpr std::size_t kEnoughIntervals = 5;
 
+// A gap counts when the stream is still this far behind after so many frames as can have waited in
+// the driver.
+constexpr double kBehind = 0.5;
+constexpr int kDriverBuffers = 4;
+// Lets small differences between the usual interval and the camera's own not add up.
+constexpr double kForgetting = 0.9;
+
 constexpr double kMicrosecondsPerMillisecond = 1000.0;
 constexpr double kMicrosecondsPerSecond = 1e6;
 
@@ -50,17 +57,21 @@ std::uint64_t StreamStatistics::estimateLost(double usual) const {
         return 0;
     }
     std::uint64_t lost = 0;
-    std::uint64_t open = 0;  // Missing so far in the last gap; a burst may still bring them.
+    double behind = 0;  // Intervals by which the last frame came later than the ones before it.
+    int waited = 0;     // How long ago it was more than half of one.
     for (const std::uint32_t interval : m_intervals) {
-        const double steps = interval / usual;
-        if (steps < 0.5) {
-            open -= open > 0 ? 1 : 0;
-            continue;
+        behind += interval / usual - 1;
+        waited = behind < kBehind ? 0 : waited + 1;
+        if (waited > kDriverBuffers) {
+            const long long missing = std::llround(behind);
+            lost += static_cast<std::uint64_t>(missing);
+            behind -= static_cast<double>(missing);
+            waited = 0;
+        } else if (waited == 0) {
+            behind *= kForgetting;
         }
-        lost += open;
-        open = steps < 1.5 ? 0 : static_cast<std::uint64_t>(std::llround(steps)) - 1;
     }
-    return lost + open;
+    return lost + (waited > 0 ? static_cast<std::uint64_t>(std::llround(behind)) : 0);
 }
 
 StreamSummary StreamStatistics::summary(double wishedFps) const {
