@@ -72,7 +72,7 @@ bool V4L2Camera::startStream(const CameraCapabilityEx& capability, PixelFormat f
         // A stop on another thread has the stream in hand; it ends without this thread's help.
         m_tornDown.wait(m_deviceMutex);
     }
-    const Device device = openedDevice();
+    const Device device = openDevice();
     if (!device) {
         return false;
     }
@@ -226,10 +226,9 @@ std::thread V4L2Camera::takeThread() {
 void V4L2Camera::tearDown() {
     {
         const MutexLock lock(m_deviceMutex);
-        // Closed with this pointer, and the driver lets go of its buffers then; a query that is
-        // using the device on another thread closes it when it ends.
         if (const Device device = takeDevice()) {
             freeBuffers(*device);
+            device->close();
         }
         m_running = false;
     }

@@ -35,15 +35,37 @@ FrameRate closestRate(const V4L2Device& device, std::uint32_t fourcc,
 
 }  // namespace
 
+// Puts a question to the opened device; again, from the start, when a stop on another thread has
+// closed the device in the middle of it. False when the device cannot be opened.
+template <typename Question>
+bool V4L2Camera::ask(const Question& question) {
+    while (const Device device = openDevice()) {
+        question(*device);
+        if (device->isOpen()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool V4L2Camera::listFormats(std::vector<std::uint32_t>& codes) {
+    return ask([&codes](const V4L2Device& device) {
+        codes.clear();
+        for (const v4l2_fmtdesc& listed : device.formats()) {
+            codes.push_back(listed.pixelformat);
+        }
+    });
+}
+
 std::vector<PixelFormatDescription> V4L2Camera::getSupportedFormats() {
-    const Device device = openedDevice();
-    if (!device) {
+    std::vector<std::uint32_t> codes;
+    if (!listFormats(codes)) {
         return {};
     }
     std::vector<PixelFormatDescription> direct;
-    for (const v4l2_fmtdesc& listed : device->formats()) {
-        LUMIQ_LOG(Debug) << "Directly supported format: " << fourccText(listed.pixelformat);
-        if (const auto format = offeredFormat(listed.pixelformat)) {
+    for (const std::uint32_t code : codes) {
+        LUMIQ_LOG(Debug) << "Directly supported format: " << fourccText(code);
+        if (const auto format = offeredFormat(code)) {
             direct.push_back({*format, 0});
         }
     }
@@ -81,23 +103,20 @@ std::set<std::uint32_t> V4L2Camera::v4l2Formats() {
             return m_v4l2Formats;
         }
     }
-    std::set<std::uint32_t> listed;
-    if (const Device device = openedDevice()) {
-        for (const v4l2_fmtdesc& format : device->formats()) {
-            listed.insert(format.pixelformat);
-        }
-    }
+    std::vector<std::uint32_t> listed;
+    (void)listFormats(listed);
     const MutexLock lock(m_openMutex);
     // Another thread may have filled it meanwhile; what is known is never forgotten.
-    m_v4l2Formats.merge(listed);
+    m_v4l2Formats.insert(listed.begin(), listed.end());
     return m_v4l2Formats;
 }
 
 // Under the device mutex, so that the answer does not fall into the middle of a start.
 std::uint32_t V4L2Camera::bestOffered(std::span<const std::uint32_t> candidates) {
     const MutexLock lock(m_deviceMutex);
-    const Device device = openedDevice();
-    return device ? device->bestListed(candidates) : 0;
+    std::uint32_t best = 0;
+    (void)ask([&](const V4L2Device& device) { best = device.bestListed(candidates); });
+    return best;
 }
 
 std::uint32_t V4L2Camera::v4l2Format(PixelFormat format) {
@@ -127,30 +146,30 @@ std::uint32_t V4L2Camera::v4l2Format(PixelFormat format) {
 }
 
 bool V4L2Camera::queryCapabilities(std::vector<CameraCapability>& capabilities) {
-    const Device device = openedDevice();
-    if (!device) {
-        return false;
-    }
-    capabilities.clear();
-    for (const v4l2_frmsizeenum& size : device->frameSizes(V4L2_PIX_FMT_MJPEG)) {
-        appendCapabilities(size, capabilities);
-    }
-    return !capabilities.empty();
+    const bool asked = ask([&capabilities](const V4L2Device& device) {
+        capabilities.clear();
+        for (const v4l2_frmsizeenum& size : device.frameSizes(V4L2_PIX_FMT_MJPEG)) {
+            appendCapabilities(size, capabilities);
+        }
+    });
+    return asked && !capabilities.empty();
 }
 
 bool V4L2Camera::queryCapabilityRanges(PixelFormat format, CameraCapabilityRanges& ranges) {
-    const Device device = openedDevice();
-    const std::uint32_t fourcc = device ? v4l2Format(format) : 0;
+    const std::uint32_t fourcc = openDevice() ? v4l2Format(format) : 0;
     if (fourcc == 0) {
         return false;
     }
     CameraCapabilityRanges found;
-    for (const v4l2_frmsizeenum& size : device->frameSizes(fourcc)) {
-        widenBySize(found, size);
-        for (const auto& [width, height] : boundsOf(size)) {
-            widenByIntervals(*device, found, fourcc, width, height);
+    (void)ask([&found, fourcc](const V4L2Device& device) {
+        found = {};
+        for (const v4l2_frmsizeenum& size : device.frameSizes(fourcc)) {
+            widenBySize(found, size);
+            for (const auto& [width, height] : boundsOf(size)) {
+                widenByIntervals(device, found, fourcc, width, height);
+            }
         }
-    }
+    });
     if (isEmpty(found)) {
         return false;
     }
@@ -180,16 +199,18 @@ bool V4L2Camera::findClosestCapability(PixelFormat format, const CameraCapabilit
 bool V4L2Camera::findClosestCapabilitySizeFps(PixelFormat format, const CameraCapabilityEx& desired,
                                               CameraCapabilityEx& result, bool widthFirst) {
     const std::uint32_t fourcc = v4l2Format(format);
-    const Device device = fourcc != 0 ? openedDevice() : nullptr;
-    if (!device) {
+    if (fourcc == 0) {
         return false;
     }
-    SizeChoice sizes(desired, widthFirst);
-    for (const v4l2_frmsizeenum& size : device->frameSizes(fourcc)) {
-        sizes.consider(size);
-    }
-    CameraCapabilityEx candidate = sizes.size();
-    candidate.fps = closestRate(*device, fourcc, candidate, desired.fps);
+    CameraCapabilityEx candidate;
+    (void)ask([&](const V4L2Device& device) {
+        SizeChoice sizes(desired, widthFirst);
+        for (const v4l2_frmsizeenum& size : device.frameSizes(fourcc)) {
+            sizes.consider(size);
+        }
+        candidate = sizes.size();
+        candidate.fps = closestRate(device, fourcc, candidate, desired.fps);
+    });
     if (!isUsable(candidate)) {
         return false;
     }

@@ -59,28 +59,24 @@ void V4L2Camera::reportError(const std::string& message) {
     }
 }
 
-bool V4L2Camera::openDevice() {
-    if (device()) {
-        return true;
+V4L2Camera::Device V4L2Camera::openDevice() {
+    if (Device open = device()) {
+        return open;
     }
     // Not under m_openMutex: queries and stops on other threads go on while the service is asked.
     std::unique_ptr<UvcDeviceProxy> proxy = m_manager->gatehold().deviceProxy(m_id);
     UvcDeviceProxy::Opened opened = proxy->open();
     if (!opened.device.isValid()) {
         LUMIQ_LOG(Error) << "Can't open a camera: " << opened.error;
-        return false;
+        return nullptr;
     }
-    auto device = std::make_shared<const V4L2Device>(std::move(opened.device));
+    auto fresh = std::make_shared<V4L2Device>(std::move(opened.device));
     const MutexLock lock(m_openMutex);
     m_deviceProxy.swap(proxy);
     if (!m_device) {
-        m_device.swap(device);
+        m_device = std::move(fresh);
     }
-    return true;
-}
-
-V4L2Camera::Device V4L2Camera::openedDevice() {
-    return openDevice() ? device() : nullptr;
+    return m_device;
 }
 
 V4L2Camera::Device V4L2Camera::device() {
@@ -88,7 +84,7 @@ V4L2Camera::Device V4L2Camera::device() {
     return m_device;
 }
 
-// The device closes when the returned pointer goes, or when a query that is using it ends.
+// For the one who closes it.
 V4L2Camera::Device V4L2Camera::takeDevice() {
     const MutexLock lock(m_openMutex);
     return std::exchange(m_device, nullptr);

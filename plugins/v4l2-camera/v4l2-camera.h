@@ -63,15 +63,17 @@ public:
     void reportError(const std::string& message);
 
 private:
-    using Device = std::shared_ptr<const V4L2Device>;
+    using Device = std::shared_ptr<V4L2Device>;
 
     // The device: v4l2-camera.cpp.
-    bool openDevice();
-    Device openedDevice();
+    Device openDevice();
     Device device();
     Device takeDevice();
 
     // What the device offers: v4l2-camera-queries.cpp.
+    template <typename Question>
+    bool ask(const Question& question);
+    bool listFormats(std::vector<std::uint32_t>& codes);
     std::vector<PixelFormatDescription> checkFormatsConverting(
         const std::vector<PixelFormatDescription>& direct);
     std::uint32_t v4l2Format(PixelFormat format);

@@ -9,15 +9,30 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <mutex>
 
 namespace Nerio::Lumiq {
 
-int V4L2Device::request(unsigned long code, void* argument) const noexcept {
+int V4L2Device::request(unsigned long code, void* argument) const {
+    const std::shared_lock lock(m_mutex);
+    if (!m_fd.isValid()) {
+        return ENODEV;
+    }
     int result = 0;
     do {
         result = ::ioctl(m_fd.get(), code, argument);
     } while (result < 0 && errno == EINTR);
     return result < 0 ? errno : 0;
+}
+
+bool V4L2Device::isOpen() const {
+    const std::shared_lock lock(m_mutex);
+    return m_fd.isValid();
+}
+
+void V4L2Device::close() {
+    const std::unique_lock lock(m_mutex);
+    m_fd = UniqueFd();
 }
 
 V4L2Device::Formats V4L2Device::formats() const {

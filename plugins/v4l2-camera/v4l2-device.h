@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <iterator>
+#include <shared_mutex>
 #include <span>
 #include <utility>
 
@@ -18,15 +19,25 @@
 
 namespace Nerio::Lumiq {
 
-/// An opened device. Every question goes to the driver anew.
+/// An opened device. Every question goes to the driver anew. Questions may be put on several
+/// threads, and the device may be closed meanwhile.
 class V4L2Device {
 public:
     explicit V4L2Device(UniqueFd fd) noexcept : m_fd(std::move(fd)) {}
 
+    /// For poll and mmap, by whoever keeps the device from being closed.
     [[nodiscard]] int fd() const noexcept { return m_fd.get(); }
 
-    /// ioctl(2), repeated while a signal interrupts it. Returns 0 or the errno.
-    [[nodiscard]] int request(unsigned long code, void* argument) const noexcept;
+    /// ioctl(2), repeated while a signal interrupts it. Returns 0 or the errno; ENODEV once the
+    /// device is closed.
+    [[nodiscard]] int request(unsigned long code, void* argument) const;
+
+    /// False once the device is closed: what was listed since may not be all.
+    [[nodiscard]] bool isOpen() const;
+
+    /// Waits for the requests that other threads have under way, and closes the descriptor: the
+    /// driver lets go of the stream then, which the next start relies on.
+    void close();
 
     /// What the driver lists under rising indices until it says no: for (const auto& each : ...).
     template <typename Entry, unsigned long Code>
@@ -46,6 +57,7 @@ public:
     [[nodiscard]] std::uint32_t bestListed(std::span<const std::uint32_t> candidates) const;
 
 private:
+    mutable std::shared_mutex m_mutex;  ///< Shared by requests, exclusive for closing.
     UniqueFd m_fd;
 };
 

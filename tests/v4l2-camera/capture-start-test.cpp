@@ -288,7 +288,8 @@ TEST_F(ACameraThatStarts, StartsAndStopsFromManyThreadsAtOnce) {
         threads.emplace_back([&, i] {
             for (int round = 0; round < 25; ++round) {
                 EXPECT_TRUE(
-                    camera->startCapture((i + round) % 2 == 0 ? vga : qvga, PixelFormat::YUYV));
+                    camera->startCapture((i + round) % 2 == 0 ? vga : qvga, PixelFormat::YUYV))
+                    << log.text();
                 EXPECT_TRUE(camera->stopCapture());
             }
         });

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <future>
+#include <utility>
 
 #include "camera-fixture.h"
 
@@ -70,55 +71,46 @@ TEST_F(ACamera, EndsWhereverTheLastPointerGoesWhileItCaptures) {
 }
 
 TEST_F(ACamera, MayDieInsideAFrameCall) {
+    std::promise<void> started;
     std::promise<void> dropped;
-    std::atomic<bool> once{false};
-    std::mutex mutex;
-    listener.onFrame = [&](const auto&) {
-        const std::lock_guard lock(mutex);
-        if (camera && !once.exchange(true)) {
+    listener.onFrame = [&, once = false](const auto&) mutable {
+        if (!std::exchange(once, true)) {
+            started.get_future().wait();
             camera.reset();
             dropped.set_value();
         }
     };
-    {
-        const std::lock_guard lock(mutex);
-        start();
-    }
+    start();
+    started.set_value();
     dropped.get_future().wait();
     expectAllGone();
     EXPECT_THAT(listener.errors(), IsEmpty());
 }
 
-TEST_F(ACamera, MayDieInsideAnErrorCall) {
-    std::promise<void> dropped;
-    std::mutex mutex;
-    listener.onError = [&](const std::string&) {
-        const std::lock_guard lock(mutex);
-        camera.reset();
-        dropped.set_value();
-    };
-    {
-        const std::lock_guard lock(mutex);
-        start(R"({"frame": "unplug", "first": 3})");
+// The listener lets go of the camera when it is told of this failure.
+class ACameraThatFails : public ACamera {
+protected:
+    void expectMayDieInsideTheReportOf(const std::string& fault) {
+        std::promise<void> started;
+        std::promise<void> dropped;
+        listener.onError = [&](const std::string&) {
+            started.get_future().wait();
+            camera.reset();
+            dropped.set_value();
+        };
+        start(fault);
+        started.set_value();
+        dropped.get_future().wait();
+        expectAllGone();
     }
-    dropped.get_future().wait();
-    expectAllGone();
+};
+
+TEST_F(ACameraThatFails, MayDieInsideTheReportThatItIsUnplugged) {
+    expectMayDieInsideTheReportOf(R"({"frame": "unplug", "first": 3})");
 }
 
-TEST_F(ACamera, MayDieInsideTheReportOfAFailedWait) {
-    std::promise<void> dropped;
-    std::mutex mutex;
-    listener.onError = [&](const std::string&) {
-        const std::lock_guard lock(mutex);
-        camera.reset();
-        dropped.set_value();
-    };
-    {
-        const std::lock_guard lock(mutex);
-        start(R"({"call": "poll", "errno": "ENOMEM", "first": 2, "count": 1})");
-    }
-    dropped.get_future().wait();
-    expectAllGone();
+TEST_F(ACameraThatFails, MayDieInsideTheReportOfAFailedWait) {
+    expectMayDieInsideTheReportOf(R"({"call": "poll", "errno": "ENOMEM", "first": 2, "count": 1})");
 }
 
 TEST_F(ACamera, LivesAsLongAsTheHostHoldsAFrame) {

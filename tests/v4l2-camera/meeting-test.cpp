@@ -143,23 +143,20 @@ TEST_F(AnInitialisation, LetsAListenerUseTheCamerasThatArriveOnTheBusThread) {
     EXPECT_TRUE(found);
 }
 
-TEST(AServiceThatNeverAnswers, IsGivenUpAfterTheBusLibrarysTimeOut) {
+class AServiceThatNeverAnswers : public CaptureFixture {
+protected:
+    ~AServiceThatNeverAnswers() override { ::unsetenv("SYSTEMD_BUS_TIMEOUT"); }
+};
+
+TEST_F(AServiceThatNeverAnswers, IsGivenUpAfterTheBusLibrarysTimeOut) {
     // The bus library reads it when a connection is made (sd_bus_set_method_call_timeout(3)).
     ::setenv("SYSTEMD_BUS_TIMEOUT", "1s", 1);
-    {
-        TestSupport::ClogCapture log;
-        TestSupport::ProcessBus bus;
-        TestSupport::ScriptedService service;
-        TestSupport::ServiceObject silent;
-        silent.openNeverAnswers = true;
-        service.add(TestSupport::serviceRoot + "/silent", silent);
-        const TestSupport::PluginLibrary library;
-        ASSERT_TRUE(library.manager().init());
-        EXPECT_THAT(library.manager().getSupportedFormats(TestSupport::serviceRoot + "/silent"),
-                    IsEmpty());
-        EXPECT_TRUE(log.waitForPrefix("openDevice: Can't open a camera: "));
-    }
-    ::unsetenv("SYSTEMD_BUS_TIMEOUT");
+    TestSupport::ServiceObject silent;
+    silent.openNeverAnswers = true;
+    service->add(path("silent"), silent);
+    connect();
+    EXPECT_THAT(manager.getSupportedFormats(path("silent")), IsEmpty());
+    EXPECT_TRUE(log.waitForPrefix("openDevice: Can't open a camera: "));
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ public:
     virtual bool startCapture(const CameraCapability& capability, PixelFormat format) = 0;
 
     /// Ends the capture: when it returns, the capture thread is gone, the driver's memory is
-    /// unmapped and the device is closed (later only while a query on another thread uses it). True
+    /// unmapped and the device is closed. True
     /// also when nothing was running. When two threads stop at once, one of them does the work and
     /// the other returns at once. Not from inside a listener call.
     virtual bool stopCapture() = 0;
