@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -49,6 +50,11 @@ std::string program() {
 }
 
 ChildProcess startTool(const std::vector<std::string>& arguments, const Environment& environment) {
+    // Whoever runs the tests in the background may have these ignored, which programs inherit and
+    // which the tool respects.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(number, SIG_DFL);
+    }
     std::vector<std::string> command{program()};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return ChildProcess(command, {environment});
