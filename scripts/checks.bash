@@ -18,16 +18,23 @@ shell_sources() {
         done
 }
 
-# The layout differs in details from one version of the formatter to the next.
-readonly formatter_version=14
+# Formatter and linter differ from one version to the next, in details of the layout and in what the
+# linter has to say; one version judges.
+readonly judging_version=14
+
+# Ends with 77 and says why, if the program is of another version.
+is_the_judge() {
+    local version
+    version=$("$1" --version | grep -oE 'version [0-9]+' | head -n 1)
+    [[ $version == "version $judging_version" ]] || {
+        echo "$1 is $version here; version $judging_version judges the sources"
+        return 77
+    }
+}
 
 check_format() {
-    local files version
-    version=$(clang-format --version)
-    if [[ $version != *" version $formatter_version."* ]]; then
-        echo "the sources are laid out by clang-format $formatter_version; here is $version"
-        return 77
-    fi
+    local files
+    is_the_judge clang-format || return
     mapfile -t files < <(cpp_sources)
     ((${#files[@]})) || return 0
     clang-format --dry-run --Werror "${files[@]}"
@@ -37,11 +44,11 @@ check_format() {
 # and the benchmarks are left out: their frameworks' macros set off much of what the linter looks for.
 check_tidy() {
     local build=$1 files
+    is_the_judge clang-tidy || return
     [[ -r $build/compile_commands.json ]] || {
         echo "$build/compile_commands.json is missing: build with the preset clang first"
         return 1
     }
-    clang-tidy --version
     mapfile -t files < <(git ls-files --cached --others --exclude-standard -- '*.cpp' |
         grep -vE '^(tests|bench)/' | while read -r file; do
             ! grep -qF "/$file\"" "$build/compile_commands.json" || printf '%s\n' "$file"
