@@ -102,7 +102,7 @@ TEST_F(AnImage, OfASizeTheDriverDidNotTakeIsNotReadBeyondItsEnd) {
 }
 
 class AnImageOfOddSize : public FrameFixture,
-                        public ::testing::WithParamInterface<CameraCapabilityEx> {};
+                         public ::testing::WithParamInterface<CameraCapabilityEx> {};
 
 TEST_P(AnImageOfOddSize, IsConvertedWithinItsMemory) {
     // The driver's buffer ends with the last pixel, and under AddressSanitizer a byte beyond the
