@@ -35,18 +35,19 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
     return threadsLeft.fetch_sub(1) <= 0 ? EAGAIN : create(thread, attributes, start, argument);
 }
 
-// In the standard library's place, to count.
-void* operator new(std::size_t size) {
+// In the standard library's place, to count. Never inlined: an optimising compiler that sees free()
+// where delete was called takes the two for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     ++allocations;
     if (void* memory = std::malloc(size == 0 ? 1 : size)) {
         return memory;
     }
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
 
