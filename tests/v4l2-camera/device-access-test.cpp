@@ -7,9 +7,11 @@
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <filesystem>
+#include <map>
 #include <thread>
 
 #include "camera-fixture.h"
@@ -41,21 +43,34 @@ constexpr const char* webcam = R"({"name": "Webcam", "formats": [
 constexpr CameraCapabilityEx wish{1280, 720, {30, 1}};
 constexpr auto sizeWidth = CameraCapabilityPriority::SizeWidth;
 
-std::size_t openDescriptors() {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
-
-/// Those of this process that are open on a file of this name.
-std::vector<int> descriptorsOf(const std::string& file) {
-    std::vector<int> found;
+/// The descriptors of this process, with the files they are open on.
+std::map<int, std::string> descriptors() {
+    std::map<int, std::string> found;
     for (const auto& each : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
-        if (std::filesystem::read_symlink(each, gone) == file) {
-            found.push_back(std::stoi(each.path().filename()));
+        found[std::stoi(each.path().filename())] = std::filesystem::read_symlink(each, gone);
+    }
+    return found;
+}
+
+/// Those that are open on a file of this name.
+std::vector<int> descriptorsOf(const std::string& file) {
+    std::vector<int> found;
+    for (const auto& [descriptor, name] : descriptors()) {
+        if (name == file) {
+            found.push_back(descriptor);
         }
     }
     return found;
+}
+
+/// How many there are, without those of simulated cameras: of these the simulator keeps one for
+/// itself, and what the back end holds is told by the camera's open handles.
+std::size_t openDescriptors() {
+    const auto all = descriptors();
+    return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [](const auto& each) {
+        return each.second.rfind("/memfd:lumiq-camera", 0) != 0;
+    }));
 }
 
 /// How many of a camera's four questions get an answer. Listing formats counts when it has MJPG.
