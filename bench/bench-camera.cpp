@@ -1,36 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 // SPDX-License-Identifier: Apache-2.0
 //
-// Sets up the camera, and counts time and allocations of a thread.
+// Sets up the camera, and counts the time of a thread.
 
 #include "bench-camera.h"
 
 #include <time.h>
 
 #include <cstdlib>
-#include <new>
 #include <stdexcept>
-
-namespace {
-
-thread_local std::int64_t allocations = 0;
-
-}  // namespace
-
-// In place of the standard ones for the whole process, the library included.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
 
 namespace Bench {
 
@@ -65,10 +43,6 @@ std::int64_t threadTime() {
     timespec time{};
     ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
-}
-
-std::int64_t threadAllocations() {
-    return allocations;
 }
 
 }  // namespace Bench

@@ -46,9 +46,6 @@ std::string description(const std::string& fourcc, int width, int height,
 /// What this thread has used of a processor, in nanoseconds.
 std::int64_t threadTime();
 
-/// How often operator new has run on this thread.
-std::int64_t threadAllocations();
-
 }  // namespace Bench
 
 #endif  // LUMIQ_BENCH_CAMERA_H

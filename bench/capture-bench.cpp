@@ -22,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "allocation-count.h"
 #include "bench-camera.h"
 #include "simulator-trace.h"
 
@@ -43,12 +44,12 @@ public:
     void onCameraFrame(std::shared_ptr<Nerio::Lumiq::GraphicBuffer> /*buffer*/) override {
         if (m_count == 0) {
             m_time = Bench::threadTime();
-            m_allocations = Bench::threadAllocations();
+            m_allocations = TestSupport::threadAllocations();
         } else if (m_count == frames) {
             const std::lock_guard lock(m_mutex);
             m_cost.nanoseconds = static_cast<double>(Bench::threadTime() - m_time) / frames;
             m_cost.allocations =
-                static_cast<double>(Bench::threadAllocations() - m_allocations) / frames;
+                static_cast<double>(TestSupport::threadAllocations() - m_allocations) / frames;
             m_done = true;
             m_changed.notify_all();
         }
@@ -65,7 +66,7 @@ public:
 private:
     int m_count = 0;
     std::int64_t m_time = 0;
-    std::int64_t m_allocations = 0;
+    std::size_t m_allocations = 0;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_done = false;
@@ -121,12 +122,12 @@ public:
     Cost run() {
         cycle();
         const std::int64_t time = Bench::threadTime();
-        const std::int64_t allocations = Bench::threadAllocations();
+        const std::size_t allocations = TestSupport::threadAllocations();
         for (int i = 0; i < frames; ++i) {
             cycle();
         }
         return {static_cast<double>(Bench::threadTime() - time) / frames,
-                static_cast<double>(Bench::threadAllocations() - allocations) / frames};
+                static_cast<double>(TestSupport::threadAllocations() - allocations) / frames};
     }
 
 private:

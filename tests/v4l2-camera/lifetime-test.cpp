@@ -36,15 +36,15 @@ protected:
     RecordingCameraListener listener;
     std::shared_ptr<Camera> camera;
 
-    void start(const std::string& fault = "") {
-        camera = plugAndOpen(description(fault));
+    void start(const std::string& fault = "", const std::string& leaf = onlyCamera) {
+        camera = plugAndOpen(description(fault), leaf);
         camera->setListener(&listener);
         ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
     }
 
     /// Nothing of the camera is left in this process.
-    void expectAllGone() {
-        EXPECT_TRUE(closesEverything());
+    void expectAllGone(const std::string& leaf = onlyCamera) {
+        EXPECT_TRUE(closesEverything(leaf));
         EXPECT_TRUE(TestSupport::waitUntil([] { return Simulator::liveCount().mappings == 0; }));
     }
 };
@@ -60,13 +60,14 @@ TEST_F(ACamera, EndsItsCaptureWhenTheLastPointerGoes) {
 
 TEST_F(ACamera, EndsWhereverTheLastPointerGoesWhileItCaptures) {
     for (int round = 0; round < 30; ++round) {
-        start();
+        const std::string leaf = "c" + std::to_string(round);
+        start("", leaf);
         if (round % 3 != 0) {
             ASSERT_TRUE(listener.waitForFrames(listener.frameCount() + 1));
         }
         camera.reset();
-        expectAllGone();
-        pull();
+        expectAllGone(leaf);
+        pull(leaf);
     }
 }
 
@@ -204,9 +205,9 @@ TEST_F(ACamera, IsStoppedWhenItLeavesWhileNoFrameComes) {
 }
 
 TEST_F(ACamera, MayDieInsideTheReportOfItsRemoval) {
+    listener.onError = [&](const std::string&) { camera.reset(); };
     start();
     ASSERT_TRUE(listener.waitForFrames(1));
-    listener.onError = [&](const std::string&) { camera.reset(); };
     service->remove(path(onlyCamera));
     ASSERT_TRUE(managerListener.waitFor("removed " + path(onlyCamera)));
     expectAllGone();

@@ -14,8 +14,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <new>
 
+#include "allocation-count.h"
 #include "capture-fixture.h"
 
 namespace {
@@ -23,7 +23,6 @@ namespace {
 // How many more threads the process may have.
 constexpr int plenty = 1 << 20;
 std::atomic<int> threadsLeft{plenty};
-thread_local std::size_t allocations = 0;
 
 }  // namespace
 
@@ -33,22 +32,6 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
     static const auto create = reinterpret_cast<Create>(::dlsym(RTLD_NEXT, "pthread_create"));
     return threadsLeft.fetch_sub(1) <= 0 ? EAGAIN : create(thread, attributes, start, argument);
-}
-
-// In the standard library's place, to count. Never inlined: an optimising compiler that sees free()
-// where delete was called takes the two for a mismatch.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
 }
 
 namespace {
@@ -170,10 +153,10 @@ std::size_t allocationsOver(std::size_t frames, Nerio::Lumiq::Camera& camera) {
     } counting;
     counting.hook = [&] {
         if (seen == 0) {
-            first = allocations;
+            first = TestSupport::threadAllocations();
         }
         if (seen == frames) {
-            last = allocations;
+            last = TestSupport::threadAllocations();
         }
         ++seen;
     };
@@ -199,11 +182,11 @@ TEST_F(AProcessThatRunsOut, OfNothingPaysNoAllocationForFramesThatNobodyListensT
     // The listener's own book-keeping comes behind its hook.
     before.onFrame = [&](const auto&) {
         camera->setListener(nullptr);
-        first = allocations;
+        first = TestSupport::threadAllocations();
     };
     after.onFrame = [&](const auto&) {
         if (after.frameCount() == 0) {
-            second = allocations;
+            second = TestSupport::threadAllocations();
         }
     };
     camera->setListener(&before);
