@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sdbus-c++/sdbus-c++.h>
+#include <sys/eventfd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -31,6 +32,18 @@ std::string describe(const sdbus::Error& error) {
     return error.getName() + " / " + error.getMessage();
 }
 
+// A blocking call reads signals off the bus while it waits for its reply, and the library wakes its
+// event loop to handle them when the call succeeds, but not when it fails. Without this the removal
+// of a camera that refuses to open because it was just unplugged would wait for the next thing to
+// happen on the bus.
+void wakeEventLoop(const sdbus::IConnection& connection) {
+    try {
+        ::eventfd_write(connection.getEventLoopPollData().eventFd, 1);
+    } catch (const sdbus::Error&) {
+        // The bus is gone, and with it the loop.
+    }
+}
+
 }  // namespace
 
 UvcDeviceProxy::UvcDeviceProxy(std::shared_ptr<sdbus::IConnection> connection,
@@ -50,6 +63,7 @@ UvcDeviceProxy::Opened UvcDeviceProxy::open() {
         }
         return {UniqueFd(fd), {}};
     } catch (const sdbus::Error& error) {
+        wakeEventLoop(*m_connection);
         return {UniqueFd(), describe(error)};
     } catch (const std::system_error& error) {
         // Out of descriptors, here or in the bus library while it reads the reply.

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <future>
+#include <stdexcept>
 #include <thread>
 
 #include "capture-fixture.h"
@@ -157,6 +158,19 @@ TEST_F(AServiceThatNeverAnswers, IsGivenUpAfterTheBusLibrarysTimeOut) {
     connect();
     EXPECT_THAT(manager.getSupportedFormats(path("silent")), IsEmpty());
     EXPECT_TRUE(log.waitForPrefix("openDevice: Can't open a camera: "));
+}
+
+TEST_F(AnInitialisation, HearsOfARemovalThatComesInTheMiddleOfAFailingOpen) {
+    TestSupport::ServiceObject leaving;
+    leaving.open = [this]() -> int {
+        // On the bus before the refusal: the caller reads both while it waits for the answer.
+        service->announceRemoved(path("a"), {TestSupport::serviceInterface});
+        throw std::runtime_error("just unplugged");
+    };
+    service->add(path("a"), leaving);
+    connect();
+    EXPECT_THAT(manager.getSupportedFormats(path("a")), IsEmpty());
+    EXPECT_TRUE(managerListener.waitFor("removed " + path("a")));
 }
 
 }  // namespace
