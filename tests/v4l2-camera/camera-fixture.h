@@ -47,6 +47,15 @@ namespace TestSupport {
     return names;
 }
 
+/// The calls of a trace that this thread made: the service closes its own descriptors on another.
+[[nodiscard]] inline std::vector<Simulator::TracedCall> ofThisThread(
+    std::vector<Simulator::TracedCall> calls) {
+    std::erase_if(calls, [](const Simulator::TracedCall& call) {
+        return call.thread != std::this_thread::get_id();
+    });
+    return calls;
+}
+
 class CameraFixture : public BusFixture {
 protected:
     /// Where the camera of a test lies that has only one.

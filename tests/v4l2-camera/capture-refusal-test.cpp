@@ -89,7 +89,7 @@ TEST_P(ARefusedStart, SaysWhyOnceAndLeavesWhatIsMapped) {
     // A stop has nothing to stop, and the camera's end lets go of everything.
     Simulator::startTrace();
     EXPECT_TRUE(camera->stopCapture());
-    EXPECT_THAT(Simulator::stopTrace(), IsEmpty());
+    EXPECT_THAT(TestSupport::ofThisThread(Simulator::stopTrace()), IsEmpty());
 }
 
 TEST_P(ARefusedStart, LeavesNothingBehindWhenTheCameraGoes) {

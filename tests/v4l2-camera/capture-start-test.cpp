@@ -218,7 +218,7 @@ TEST_F(ACameraThatStarts, StopsWithoutTouchingTheDeviceWhenNothingRuns) {
     const auto camera = plugAndOpen(yuyvCamera);
     Simulator::startTrace();
     EXPECT_TRUE(camera->stopCapture());
-    EXPECT_THAT(Simulator::stopTrace(), IsEmpty());
+    EXPECT_THAT(TestSupport::ofThisThread(Simulator::stopTrace()), IsEmpty());
     EXPECT_EQ(service->openCalls(path(onlyCamera)), 0);
 }
 

@@ -167,7 +167,7 @@ TEST_F(AFrame, AsksNothingOfTheDriverWhenItIsMappedOrDropped) {
         Simulator::startTrace();
         (void)buffer.mapFrame();
         (void)buffer.mapYCbCr();
-        EXPECT_TRUE(Simulator::stopTrace().empty());
+        EXPECT_TRUE(TestSupport::ofThisThread(Simulator::stopTrace()).empty());
     });
     std::shared_ptr<GraphicBuffer> kept;
     listener.onFrame = [&](const auto& buffer) { kept = buffer; };
@@ -176,7 +176,7 @@ TEST_F(AFrame, AsksNothingOfTheDriverWhenItIsMappedOrDropped) {
     camera->stopCapture();
     Simulator::startTrace();
     kept.reset();
-    EXPECT_TRUE(Simulator::stopTrace().empty());
+    EXPECT_TRUE(TestSupport::ofThisThread(Simulator::stopTrace()).empty());
 }
 
 TEST_F(AFrame, KeptBeyondTheStopIsEmptyAndHarmless) {
