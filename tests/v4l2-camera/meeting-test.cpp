@@ -150,6 +150,10 @@ protected:
 };
 
 TEST_F(AServiceThatNeverAnswers, IsGivenUpAfterTheBusLibrarysTimeOut) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP()
+        << "LeakSanitizer's tracer crashes when this process ends, after the test has passed";
+#endif
     // The bus library reads it when a connection is made (sd_bus_set_method_call_timeout(3)).
     ::setenv("SYSTEMD_BUS_TIMEOUT", "1s", 1);
     TestSupport::ServiceObject silent;
