@@ -93,10 +93,10 @@ bool V4L2CameraManager::findClosestCapability(const std::string& id, PixelFormat
 
 std::shared_ptr<Camera> V4L2CameraManager::openCamera(const std::string& id) {
     auto camera = std::make_shared<V4L2Camera>(id, this);
-    const MutexLock lock(m_mutex);
+    const MutexLock lock(m_openCameras->mutex);
     // An entry is never replaced: not while its camera lives, nor while it is about to be
     // forgotten, nor when a removal left it empty.
-    m_openedCameras.emplace(id, camera);
+    m_openCameras->byId.emplace(id, camera);
     return camera;
 }
 
@@ -159,13 +159,13 @@ bool V4L2CameraManager::removeCameraInfo(const std::string& id) {
 // Leaves an empty entry where there was none, so a camera opened for this id later, also
 // after the device has come back, is not registered until some camera of the id has gone.
 std::shared_ptr<V4L2Camera> V4L2CameraManager::registeredCamera(const std::string& id) {
-    const MutexLock lock(m_mutex);
-    return m_openedCameras[id].lock();
+    const MutexLock lock(m_openCameras->mutex);
+    return m_openCameras->byId[id].lock();
 }
 
-void V4L2CameraManager::forgetCamera(const std::string& id) {
-    const MutexLock lock(m_mutex);
-    m_openedCameras.erase(id);
+void OpenCameras::forget(const std::string& id) {
+    const MutexLock lock(mutex);
+    byId.erase(id);
 }
 
 }  // namespace Nerio::Lumiq

@@ -22,6 +22,17 @@ namespace Nerio::Lumiq {
 
 class V4L2Camera;
 
+/// The cameras that are told about a removal, one for each id. Shared with the cameras: one that
+/// dies on its capture thread while the process ends may do so after the manager.
+struct OpenCameras {
+    /// Drops the camera of this id, whichever it is: every camera says so when it goes, registered
+    /// or not. Any thread.
+    void forget(const std::string& id);
+
+    Internal::Mutex mutex;  ///< Never held while a listener or a camera's operation runs.
+    std::map<std::string, std::weak_ptr<V4L2Camera>> byId LUMIQ_GUARDED_BY(mutex);
+};
+
 class V4L2CameraManager : public Internal::BaseCameraManager {
 public:
     V4L2CameraManager();
@@ -58,9 +69,7 @@ public:
     /// Copies the listed record of a camera; false when it is not listed. Any thread.
     bool getCameraInfo(const std::string& id, CameraInfo& info);
 
-    /// Drops the registered camera of this id, whichever it is: every camera says so when it goes,
-    /// registered or not. Any thread.
-    void forgetCamera(const std::string& id);
+    [[nodiscard]] const std::shared_ptr<OpenCameras>& openCameras() const { return m_openCameras; }
 
     /// The connection to the device-access service, for cameras to open their device.
     [[nodiscard]] Gatehold& gatehold() { return m_gatehold; }
@@ -78,7 +87,7 @@ private:
     // Never held while a listener or a camera's operation runs.
     Internal::Mutex m_mutex;
     std::vector<CameraInfo> m_cameraInfos LUMIQ_GUARDED_BY(m_mutex);
-    std::map<std::string, std::weak_ptr<V4L2Camera>> m_openedCameras LUMIQ_GUARDED_BY(m_mutex);
+    const std::shared_ptr<OpenCameras> m_openCameras = std::make_shared<OpenCameras>();
     // Last, so that the bus thread is gone before what it works on.
     Gatehold m_gatehold;
 };

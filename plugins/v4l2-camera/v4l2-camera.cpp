@@ -18,7 +18,10 @@ namespace Nerio::Lumiq {
 using Internal::MutexLock;
 
 V4L2Camera::V4L2Camera(std::string id, V4L2CameraManager* manager)
-    : m_manager(manager), m_id(std::move(id)), m_eventFd(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    : m_manager(manager),
+      m_openCameras(manager->openCameras()),
+      m_id(std::move(id)),
+      m_eventFd(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
     if (!m_eventFd.isValid()) {
         LUMIQ_LOG(Error) << "Can't create eventfd";
     }
@@ -31,7 +34,7 @@ V4L2Camera::~V4L2Camera() {
     } else {
         stopCapture();
     }
-    m_manager->forgetCamera(m_id);
+    m_openCameras->forget(m_id);
 }
 
 bool V4L2Camera::getInfo(CameraInfo& info) {

@@ -33,6 +33,7 @@ namespace Nerio::Lumiq {
 
 class UvcDeviceProxy;
 class V4L2CameraManager;
+struct OpenCameras;
 
 /// Always made with std::make_shared. See README.md beside this file for its threads and locks.
 class V4L2Camera final : public Internal::BaseCamera,
@@ -112,6 +113,7 @@ private:
     [[nodiscard]] bool endLoopOnThisThread();
 
     V4L2CameraManager* const m_manager;
+    const std::shared_ptr<OpenCameras> m_openCameras;
     const std::string m_id;
 
     // Guards the descriptor and what is remembered of the device. Innermost; never held during a
