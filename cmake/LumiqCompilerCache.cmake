@@ -8,7 +8,12 @@ if(NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
   find_program(LUMIQ_CCACHE ccache)
   mark_as_advanced(LUMIQ_CCACHE)
   if(LUMIQ_CCACHE)
-    set(CMAKE_C_COMPILER_LAUNCHER ${LUMIQ_CCACHE})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${LUMIQ_CCACHE})
+    # Precompiled headers are cached only with these two (ccache's manual, "Precompiled headers"); and
+    # with the paths made relative, a second clone finds what the first one compiled.
+    set(launcher ${CMAKE_COMMAND} -E env
+      CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+      ${LUMIQ_CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
   endif()
 endif()

@@ -17,6 +17,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
@@ -137,6 +138,16 @@ void becomeUser(const ChildOptions& options) {
     refuse(side.arguments[0]);
 }
 
+// Programs of this build are for another machine where an emulator is named; those found in PATH
+// are the machine's own.
+std::vector<std::string> runnable(std::vector<std::string> command) {
+    const char* const emulator = std::getenv("LUMIQ_EMULATOR");
+    if (emulator != nullptr && command.at(0).find('/') != std::string::npos) {
+        command.insert(command.begin(), emulator);
+    }
+    return command;
+}
+
 int memoryFile(const char* name) {
     const int fd = memfd_create(name, MFD_CLOEXEC);
     if (fd < 0) {
@@ -160,6 +171,7 @@ ChildProcess::ChildProcess(std::vector<std::string> command, const ChildOptions&
     m_readyPipe = ready[0];
     m_output = memoryFile("stdout");
     m_errors = memoryFile("stderr");
+    command = runnable(std::move(command));
     auto environment = mergedEnvironment(options.environment);
     const ChildSide side{pointersTo(command),
                          pointersTo(environment),

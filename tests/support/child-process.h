@@ -31,8 +31,10 @@ public:
     // The descriptor number at which every child finds the writing end of its ready pipe.
     static constexpr int readyDescriptor = 3;
 
-    // Looks the program up in PATH if its name has no slash. Throws std::system_error if no process
-    // can be made; a program that cannot be run exits with 127 and says why on its error output.
+    // Looks the program up in PATH if its name has no slash; runs it by the emulator that
+    // LUMIQ_EMULATOR names, if there is one and the name has a slash. Throws std::system_error if
+    // no process can be made; a program that cannot be run exits with 127 and says why on its error
+    // output.
     explicit ChildProcess(std::vector<std::string> command, const ChildOptions& options = {});
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
