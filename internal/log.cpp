@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
+#include <type_traits>
 
 #include "lumiq/internal/syslog-buffer.h"
 
@@ -22,14 +23,18 @@ namespace {
 std::atomic<bool> logInitialised{false};
 std::mutex logInitMutex;
 
-// The buffer that LogInit installed, published after it is in place.
+// The buffer that LogInit installed or found, published after it is in place.
 std::atomic<const Internal::SysLogBuffer*> installedBuffer{nullptr};
 
-// Held while a message goes into std::clog, and while its buffer is replaced. Never destroyed: the
-// last messages come from destructors of static objects.
-std::mutex& writerMutex() {
-    static auto* const mutex = new std::mutex;
-    return *mutex;
+// Held while a message goes into std::clog, and while its buffer is replaced. The last messages
+// come from destructors of static objects.
+std::mutex writerMutex;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
+
+// Also one that another library installed: each back end has a copy of this code, and there is one
+// std::clog for all of them.
+Internal::SysLogBuffer* syslogBuffer() {
+    return dynamic_cast<Internal::SysLogBuffer*>(std::clog.rdbuf());
 }
 
 bool syslogIsOff() {
@@ -49,12 +54,12 @@ void LogInit() {
     }
     if (!syslogIsOff()) {
         const bool debug = std::getenv("LUMIQ_DEBUG") != nullptr;
-        auto buffer = std::make_unique<Internal::SysLogBuffer>("lumiq", debug);
-        const std::lock_guard writerLock(writerMutex());
-        // Never destroyed: std::clog uses it until the process ends.
-        const Internal::SysLogBuffer* installed = buffer.get();
-        std::clog.rdbuf(buffer.release());
-        installedBuffer.store(installed, std::memory_order_release);
+        const std::lock_guard writerLock(writerMutex);
+        if (syslogBuffer() == nullptr) {
+            // Never destroyed: std::clog uses it until the process ends.
+            std::clog.rdbuf(std::make_unique<Internal::SysLogBuffer>("lumiq", debug).release());
+        }
+        installedBuffer.store(syslogBuffer(), std::memory_order_release);
     }
     logInitialised.store(true, std::memory_order_release);
 }
@@ -88,7 +93,11 @@ LogMessage::LogMessage(LogLevel level, std::string_view tag, std::string_view fu
 LogMessage::~LogMessage() {
     try {
         const std::string text = std::move(m_text).str();
-        const std::lock_guard lock(writerMutex());
+        const std::lock_guard lock(writerMutex);
+        std::unique_lock<std::mutex> amongLibraries;
+        if (SysLogBuffer* const buffer = syslogBuffer()) {
+            amongLibraries = std::unique_lock(buffer->messageMutex());
+        }
         std::clog << m_level << text << std::endl;
     } catch (const std::ios_base::failure&) {
         // A host may have asked std::clog to throw; a line that cannot be written must not end it.

@@ -16,7 +16,8 @@
 
 namespace {
 
-thread_local bool memoryIsGone = false;
+constexpr int plenty = 1'000'000;
+thread_local int allocationsLeft = plenty;
 
 }  // namespace
 
@@ -24,7 +25,7 @@ thread_local bool memoryIsGone = false;
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 
 void* operator new(std::size_t size) {
-    void* const memory = memoryIsGone ? nullptr : std::malloc(size);
+    void* const memory = allocationsLeft-- > 0 ? std::malloc(size) : nullptr;
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -42,24 +43,31 @@ namespace {
 
 using TestSupport::inAProcessOfItsOwn;
 
+// Whether LogInit() gets along with so many allocations.
+bool initialisesWith(int allocations) {
+    bool threw = false;
+    allocationsLeft = allocations;
+    try {
+        LogInit();
+    } catch (const std::bad_alloc&) {
+        threw = true;
+    }
+    allocationsLeft = plenty;
+    return !threw;
+}
+
 TEST(LogInitWithoutMemory, ThrowsAndCanBeTriedAgain) {
     inAProcessOfItsOwn([] {
         unsetenv("LUMIQ_NO_SYSLOG");
         std::streambuf* const before = std::clog.rdbuf();
-        for (int attempt = 0; attempt < 2; ++attempt) {
-            bool threw = false;
-            memoryIsGone = true;
-            try {
-                LogInit();
-            } catch (const std::bad_alloc&) {
-                threw = true;
-            }
-            memoryIsGone = false;
-            EXPECT_TRUE(threw);
+        int allocations = 0;
+        while (!initialisesWith(allocations)) {
             EXPECT_EQ(std::clog.rdbuf(), before);
-            EXPECT_TRUE(openLogCalls().empty());
+            EXPECT_TRUE(openLogCalls().empty())
+                << "syslog keeps the ident of a buffer that is gone";
+            ++allocations;
         }
-        LogInit();
+        EXPECT_GT(allocations, 0);
         EXPECT_NE(std::clog.rdbuf(), before);
         EXPECT_EQ(openLogCalls().size(), 1U);
     });

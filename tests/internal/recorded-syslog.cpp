@@ -61,12 +61,14 @@ void forgetSyslog() {
 
 }  // namespace Nerio::Lumiq
 
-extern "C" void openlog(const char* ident, int option, int facility) {
+extern "C" __attribute__((visibility("default"))) void openlog(const char* ident, int option,
+                                                               int facility) {
     const std::lock_guard lock(Nerio::Lumiq::mutex);
     Nerio::Lumiq::calls().push_back({ident, option, facility});
 }
 
-extern "C" void syslog(int priority, const char* format, ...) {
+extern "C" __attribute__((visibility("default"))) void syslog(int priority, const char* format,
+                                                              ...) {
     va_list arguments;
     va_start(arguments, format);
     Nerio::Lumiq::record(priority, format, arguments);
@@ -74,7 +76,8 @@ extern "C" void syslog(int priority, const char* format, ...) {
 }
 
 // What a build with _FORTIFY_SOURCE calls instead.
-extern "C" void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
+extern "C" __attribute__((visibility("default"))) void __syslog_chk(int priority, int /*flag*/,
+                                                                    const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     Nerio::Lumiq::record(priority, format, arguments);

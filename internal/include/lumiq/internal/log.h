@@ -63,11 +63,14 @@ private:
 #define LUMIQ_LOG(level) LUMIQ_LOG_AS(level, __func__)
 
 /// The same under the name of the operation that the function it stands in is a part of.
-#define LUMIQ_LOG_AS(level, function)                                                          \
-    if (!::Nerio::Lumiq::Internal::logEnabled(::Nerio::Lumiq::LogLevel::level)) {              \
-    } else                                                                                     \
-        ::Nerio::Lumiq::Internal::LogMessage(::Nerio::Lumiq::LogLevel::level,                  \
-                                             ::Nerio::Lumiq::Internal::cameraLogTag, function, \
+#define LUMIQ_LOG_AS(level, function) \
+    LUMIQ_LOG_TAGGED(level, ::Nerio::Lumiq::Internal::cameraLogTag, function)
+
+/// The same with the tag of another part than the camera back end, its trailing blank included.
+#define LUMIQ_LOG_TAGGED(level, tag, function)                                               \
+    if (!::Nerio::Lumiq::Internal::logEnabled(::Nerio::Lumiq::LogLevel::level)) {            \
+    } else                                                                                   \
+        ::Nerio::Lumiq::Internal::LogMessage(::Nerio::Lumiq::LogLevel::level, tag, function, \
                                              __LINE__)
 
 #endif  // LUMIQ_INTERNAL_LOG_H
