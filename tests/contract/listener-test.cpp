@@ -4,7 +4,6 @@
 // Setting the listener of a camera and of a manager while its calls run: it waits for one that runs
 // on another thread and works from inside. Two threads.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -21,11 +20,10 @@
 namespace Nerio::Lumiq {
 namespace {
 
-using testing::NiceMock;
-
 // Calls listeners as back ends do: under the listener lock.
-class DeliveringCamera : public NiceMock<RecordingCamera> {
+class DeliveringCamera : public RecordingCamera {
 public:
+    explicit DeliveringCamera(CallLog& log) : RecordingCamera(log) {}
     void deliver() {
         const std::lock_guard lock(m_listenerMutex);
         if (m_listener != nullptr) {
@@ -34,8 +32,9 @@ public:
     }
 };
 
-class DeliveringManager : public NiceMock<RecordingManager> {
+class DeliveringManager : public RecordingManager {
 public:
+    explicit DeliveringManager(CallLog& log) : RecordingManager(log) {}
     void deliver() {
         const std::lock_guard lock(m_listenerMutex);
         if (m_listener != nullptr) {
@@ -77,7 +76,8 @@ struct ManagerCase {
 template <typename Case>
 class SettingAListener : public testing::Test {
 protected:
-    typename Case::Source source;
+    CallLog log;
+    typename Case::Source source{log};
 };
 
 using Cases = testing::Types<CameraCase, ManagerCase>;

@@ -17,7 +17,6 @@
 #include <string>
 #include <thread>
 #include <type_traits>
-#include <typeinfo>
 #include <vector>
 
 #include "lumiq/log.h"
@@ -137,14 +136,6 @@ TEST_F(ThePlugin, KeepsTheManagerWhenTheHostLetsGoOfIt) {
     second.reset();
     EXPECT_EQ(manager->getNumberOfCameras(), 0);
     EXPECT_EQ(module()->getCameraManager().get(), manager);
-}
-
-TEST_F(ThePlugin, SharesTheTypesOfTheContractWithTheHost) {
-    Module& module = *this->module();
-    EXPECT_NE(dynamic_cast<Module*>(&module), nullptr);
-    EXPECT_NE(typeid(module), typeid(Module));
-    const auto manager = module.getCameraManager();
-    EXPECT_NE(std::dynamic_pointer_cast<CameraManager>(manager), nullptr);
 }
 
 TEST_F(ThePlugin, ListsNoCamerasBeforeItIsInitialised) {

@@ -21,21 +21,10 @@
 #include "lumiq/graphic-buffer.h"
 #include "lumiq/log.h"
 #include "lumiq/size.h"
+#include "record-checks.h"
 
 namespace Nerio::Lumiq {
 namespace {
-
-// Offset and type of a field in one line each.
-#define EXPECT_FIELD(Record, field, offset, Type)                \
-    EXPECT_EQ(offsetof(Record, field), std::size_t{offset});     \
-    EXPECT_TRUE((std::is_same_v<decltype(Record::field), Type>)) \
-        << #Record "::" #field " is of another type"
-
-template <typename Record>
-constexpr bool isPlainValue =
-    !std::is_polymorphic_v<Record> && std::is_nothrow_default_constructible_v<Record> &&
-    std::is_copy_constructible_v<Record> && std::is_copy_assignable_v<Record> &&
-    std::is_nothrow_move_constructible_v<Record> && std::is_nothrow_move_assignable_v<Record>;
 
 static_assert(isPlainValue<CameraInfo>);
 static_assert(isPlainValue<CameraCapability>);
@@ -47,9 +36,6 @@ static_assert(isPlainValue<Size>);
 static_assert(isPlainValue<SizeRange>);
 static_assert(isPlainValue<Frame>);
 static_assert(isPlainValue<YCbCrFrame>);
-
-template <typename Enumeration>
-constexpr bool has32Bits = std::is_same_v<std::underlying_type_t<Enumeration>, std::uint32_t>;
 
 static_assert(has32Bits<PixelFormat>);
 static_assert(has32Bits<CameraCapabilityPriority>);

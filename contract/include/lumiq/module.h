@@ -10,11 +10,11 @@
 #include <memory>
 
 #include "lumiq/camera-manager.h"
+#include "lumiq/codec-manager.h"
+#include "lumiq/log.h"
 #include "lumiq/visibility.h"
 
 namespace Nerio::Lumiq {
-
-class CodecManager;
 
 /// The object behind a loaded library. The host never deletes it. Any thread.
 class LUMIQ_CONTRACT Module {
