@@ -18,8 +18,9 @@ namespace Nerio::Lumiq {
 /// Camera::setListener(nullptr) before destroying it.
 ///
 /// Every call is made with the camera's listener lock held, frames with its device lock as well.
-/// From inside a call, setListener works; startCapture and stopCapture of the same camera must not
-/// be called. Letting go of the last pointer to the camera is allowed.
+/// From inside a call, setListener works; startCapture, stopCapture and questions for the formats
+/// Raw, Encoded and Preferred of the same camera must not be called. Letting go of the last pointer
+/// to the camera is allowed.
 class LUMIQ_CONTRACT CameraListener {
 public:
     virtual ~CameraListener() = default;
@@ -31,7 +32,8 @@ public:
 
     /// The capture failed or ended. `message` says why:
     ///
-    ///   "Camera removed"       The device is gone and the capture has been stopped.
+    ///   "Camera removed"       The device is gone and the capture has been stopped, or is just
+    ///                          being stopped by another thread: a last image may follow then.
     ///                          Bus thread.
     ///   "timeout"              No image for ten seconds; no more will come until the host stops
     ///                          and starts the capture. Capture thread.

@@ -31,8 +31,9 @@ public:
     /// the listener on the calling thread before it returns. True at once after a success; after a
     /// failure it may be called again. From inside a listener call that it makes itself it returns
     /// false and does nothing. Errors: false with a log line when the device-access service
-    /// does not answer as it should; an exception derived from std::exception when the bus cannot
-    /// be reached.
+    /// does not answer as it should; an exception derived from std::exception, without a log line,
+    /// when the bus cannot be reached, and std::out_of_range when the service lists an object that
+    /// is no camera.
     virtual bool init() = 0;
 
     /// How many cameras are listed now.
@@ -49,7 +50,8 @@ public:
 
     /// Makes a camera object for `id`, owned by the caller; empty on failure. The V4L2 back end
     /// makes a new object on every call, even for an unknown id; the operations of a camera whose
-    /// id is no D-Bus object path throw when they need the device. It tells a camera about the
+    /// id is no D-Bus object path throw when they need the device, and before the first init() they
+    /// abort the process then. It tells a camera about the
     /// removal of its device only when it was the first to be opened for its id, and since then no
     /// other camera of the id has been destroyed, no query of this manager been made for the id,
     /// and the device has not been removed before.

@@ -44,9 +44,9 @@ public:
     virtual bool startCapture(const CameraCapability& capability, PixelFormat format) = 0;
 
     /// Ends the capture: when it returns, the capture thread is gone, the driver's memory is
-    /// unmapped and the device is closed. True
-    /// also when nothing was running. When two threads stop at once, one of them does the work and
-    /// the other returns at once. Not from inside a listener call.
+    /// unmapped and the device is closed. True also when nothing was running. When two threads stop
+    /// at once, one of them does the work and the other returns at once. Not from inside a listener
+    /// call.
     virtual bool stopCapture() = 0;
 
     /// True from a successful start until the stop, also after the capture thread ended on an
@@ -95,8 +95,9 @@ public:
     /// in pixels, up to 65535. While a capture of the same size runs it returns true and changes
     /// nothing, not even rate or format; with another size it restarts. False, with a log line
     /// that says why, when the device cannot be opened or refuses, and without one when the format
-    /// is not among getSupportedFormats(). A refused frame rate does not stop a start. Not from
-    /// inside a listener call.
+    /// is not among getSupportedFormats(). A refused frame rate does not stop a start. After a
+    /// refusal the driver may go on holding buffers for this object: let go of the last pointer to
+    /// it and open the camera again before the next try. Not from inside a listener call.
     virtual bool startCapture(const CameraCapabilityEx& capability, PixelFormat format) = 0;
 
     /// Fills `capabilities` with discrete operating points, in the device's order. False when there

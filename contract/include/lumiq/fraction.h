@@ -39,8 +39,8 @@ struct Fraction {
 /// True when `left` is smaller than `right`.
 ///
 /// Both sides are reduced and then compared by cross-multiplication in 32 bits, so products above
-/// 2^32 - 1 wrap; real frame rates stay far below that. Nothing is less than a right side whose
-/// numerator is 0.
+/// 2^32 - 1 wrap; rates with small terms, as 30000/1001, stay far below that. Nothing is less than
+/// a right side whose numerator is 0.
 [[nodiscard]] constexpr bool operator<(const Fraction<unsigned int>& left,
                                        const Fraction<unsigned int>& right) noexcept {
     if (right.numerator == 0) {

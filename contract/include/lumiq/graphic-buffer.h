@@ -27,7 +27,8 @@ public:
     GraphicBuffer(const GraphicBuffer&) = delete;
     GraphicBuffer& operator=(const GraphicBuffer&) = delete;
 
-    /// Releases what the mappings hold; no request goes to the driver. Any thread.
+    /// Any thread. A buffer keeps its camera alive: when it is the last to do so, the camera goes
+    /// with it, and a capture that still runs ends first. The mapped records do the same.
     virtual ~GraphicBuffer() = default;
 
     /// The image as 4:2:0, converted on the first call when the camera delivers something else;
