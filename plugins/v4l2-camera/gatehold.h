@@ -60,7 +60,8 @@ public:
 
     /// Called by one thread at a time. Connects, reports the cameras that are there to the manager
     /// on the calling thread, and starts the bus thread. False, with a log line, when the service
-    /// fails; then it may be called again. Errors: an exception when the bus cannot be reached.
+    /// fails; then it may be called again. Errors: an exception when the bus cannot be
+    /// reached or the service lists an object that is no camera.
     bool init();
 
     /// The service's object for the camera with this object path. Aborts when there is no

@@ -36,7 +36,8 @@ FrameRate closestRate(const V4L2Device& device, std::uint32_t fourcc,
 }  // namespace
 
 // Puts a question to the opened device; again, from the start, when a stop on another thread has
-// closed the device in the middle of it. False when the device cannot be opened.
+// closed the device in the middle of it. False when the device cannot be opened; what was heard
+// until then is not the whole answer.
 template <typename Question>
 bool V4L2Camera::ask(const Question& question) {
     while (const Device device = openDevice()) {
@@ -104,10 +105,12 @@ std::set<std::uint32_t> V4L2Camera::v4l2Formats() {
         }
     }
     std::vector<std::uint32_t> listed;
-    (void)listFormats(listed);
+    const bool complete = listFormats(listed);
     const MutexLock lock(m_openMutex);
     // Another thread may have filled it meanwhile; what is known is never forgotten.
-    m_v4l2Formats.insert(listed.begin(), listed.end());
+    if (complete) {
+        m_v4l2Formats.insert(listed.begin(), listed.end());
+    }
     return m_v4l2Formats;
 }
 
@@ -161,7 +164,7 @@ bool V4L2Camera::queryCapabilityRanges(PixelFormat format, CameraCapabilityRange
         return false;
     }
     CameraCapabilityRanges found;
-    (void)ask([&found, fourcc](const V4L2Device& device) {
+    const bool asked = ask([&found, fourcc](const V4L2Device& device) {
         found = {};
         for (const v4l2_frmsizeenum& size : device.frameSizes(fourcc)) {
             widenBySize(found, size);
@@ -170,7 +173,7 @@ bool V4L2Camera::queryCapabilityRanges(PixelFormat format, CameraCapabilityRange
             }
         }
     });
-    if (isEmpty(found)) {
+    if (!asked || isEmpty(found)) {
         return false;
     }
     ranges = found;
@@ -203,7 +206,7 @@ bool V4L2Camera::findClosestCapabilitySizeFps(PixelFormat format, const CameraCa
         return false;
     }
     CameraCapabilityEx candidate;
-    (void)ask([&](const V4L2Device& device) {
+    const bool asked = ask([&](const V4L2Device& device) {
         SizeChoice sizes(desired, widthFirst);
         for (const v4l2_frmsizeenum& size : device.frameSizes(fourcc)) {
             sizes.consider(size);
@@ -211,7 +214,7 @@ bool V4L2Camera::findClosestCapabilitySizeFps(PixelFormat format, const CameraCa
         candidate = sizes.size();
         candidate.fps = closestRate(device, fourcc, candidate, desired.fps);
     });
-    if (!isUsable(candidate)) {
+    if (!asked || !isUsable(candidate)) {
         return false;
     }
     result = candidate;

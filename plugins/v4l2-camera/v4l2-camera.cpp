@@ -63,23 +63,39 @@ void V4L2Camera::reportError(const std::string& message) {
 }
 
 V4L2Camera::Device V4L2Camera::openDevice() {
-    if (Device open = device()) {
-        return open;
+    while (true) {
+        unsigned openings = 0;
+        {
+            const MutexLock lock(m_openMutex);
+            if (m_device) {
+                return m_device;
+            }
+            openings = m_openings;
+        }
+        // Without a lock: queries and stops on other threads go on while the service is asked.
+        std::unique_ptr<UvcDeviceProxy> proxy = m_manager->gatehold().deviceProxy(m_id);
+        UvcDeviceProxy::Opened opened = proxy->open();
+        if (!opened.device.isValid()) {
+            // Another thread may have had more luck: a service may give a device out only once.
+            if (Device open = device()) {
+                return open;
+            }
+            LUMIQ_LOG(Error) << "Can't open a camera: " << opened.error;
+            return nullptr;
+        }
+        auto fresh = std::make_shared<V4L2Device>(std::move(opened.device));
+        const MutexLock lock(m_openMutex);
+        // Another thread's device may have come and gone since. Its descriptor can still be under
+        // way on the bus and keep the camera busy, though no longer once the next one is given out.
+        if (!m_device && openings == m_openings) {
+            ++m_openings;
+            m_deviceProxy.swap(proxy);
+            m_device = std::move(fresh);
+        }
+        if (m_device) {
+            return m_device;
+        }
     }
-    // Not under m_openMutex: queries and stops on other threads go on while the service is asked.
-    std::unique_ptr<UvcDeviceProxy> proxy = m_manager->gatehold().deviceProxy(m_id);
-    UvcDeviceProxy::Opened opened = proxy->open();
-    if (!opened.device.isValid()) {
-        LUMIQ_LOG(Error) << "Can't open a camera: " << opened.error;
-        return nullptr;
-    }
-    auto fresh = std::make_shared<V4L2Device>(std::move(opened.device));
-    const MutexLock lock(m_openMutex);
-    m_deviceProxy.swap(proxy);
-    if (!m_device) {
-        m_device = std::move(fresh);
-    }
-    return m_device;
 }
 
 V4L2Camera::Device V4L2Camera::device() {

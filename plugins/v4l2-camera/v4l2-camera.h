@@ -120,6 +120,7 @@ private:
     // call to anything else, so enumeration, a removal and a stop may meet.
     Internal::Mutex m_openMutex;
     Device m_device LUMIQ_GUARDED_BY(m_openMutex);
+    unsigned m_openings LUMIQ_GUARDED_BY(m_openMutex) = 0;  ///< Devices that there have been.
     std::unique_ptr<UvcDeviceProxy> m_deviceProxy LUMIQ_GUARDED_BY(m_openMutex);
     std::set<std::uint32_t> m_v4l2Formats LUMIQ_GUARDED_BY(m_openMutex);
     std::map<PixelFormat, PixelFormat> m_convertingSources LUMIQ_GUARDED_BY(m_openMutex);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 // SPDX-License-Identifier: Apache-2.0
 //
-// Puts questions to the driver. Called by V4L2Camera, on host threads and the capture thread.
+// Puts questions to the driver. Called by V4L2Camera, on any thread.
 
 #include "v4l2-device.h"
 

@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 // SPDX-License-Identifier: Apache-2.0
 //
-// Typed questions to an opened V4L2 capture device. Used by V4L2Camera on host threads and, for the
-// running stream, on the capture thread; it keeps no state but the descriptor.
+// Typed questions to an opened V4L2 capture device. Used by V4L2Camera on host threads, on
+// the bus thread when the camera goes away, and for the running stream on the capture thread; it
+// keeps no state but the descriptor.
 
 #ifndef LUMIQ_V4L2_DEVICE_H
 #define LUMIQ_V4L2_DEVICE_H

@@ -7,13 +7,18 @@
 #ifndef LUMIQ_TEST_CAMERA_FIXTURE_H
 #define LUMIQ_TEST_CAMERA_FIXTURE_H
 
+#include <unistd.h>
+
+#include <atomic>
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "bus-fixture.h"
@@ -34,6 +39,46 @@ namespace TestSupport {
     }
     return true;
 }
+
+/// True while the kernel has this thread of ours asleep (proc(5), /proc/pid/task/tid/stat).
+[[nodiscard]] inline bool isAsleep(pid_t thread) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    const auto name = text.rfind(") ");
+    return name != std::string::npos && text.size() > name + 2 && text[name + 2] == 'S';
+}
+
+/// A thread of the host that runs into something which holds it up. Joined when it goes.
+class HostThread {
+public:
+    explicit HostThread(std::function<void()> work)
+        : m_thread([this, run = std::move(work)] {
+              m_id = ::gettid();
+              run();
+              m_done = true;
+          }) {}
+    HostThread(const HostThread&) = delete;
+    HostThread& operator=(const HostThread&) = delete;
+    ~HostThread() { join(); }
+
+    /// True as soon as it waits for something. False when it came to its end instead, or when the
+    /// limit passed first.
+    [[nodiscard]] bool fallsAsleep() {
+        return waitUntil([this] { return m_done || (m_id != 0 && isAsleep(m_id)); }) && !m_done;
+    }
+    [[nodiscard]] bool isDone() const { return m_done; }
+    void join() {
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+    }
+
+private:
+    std::atomic<pid_t> m_id{0};
+    std::atomic<bool> m_done{false};
+    std::thread m_thread;
+};
 
 /// The V4L2 requests of a trace, in order, by name.
 [[nodiscard]] inline std::vector<std::string> requestsOf(

@@ -117,6 +117,36 @@ INSTANTIATE_TEST_SUITE_P(
                 "startCapture: Failed to turn on a stream: Operation not permitted (1)", 0}),
     [](const auto& test) { return test.param.name; });
 
+struct LateRefusal {
+    const char* name;
+    const char* call;
+};
+class AStartThatFailedLate : public ACameraThatRefuses,
+                             public ::testing::WithParamInterface<LateRefusal> {};
+
+TEST_P(AStartThatFailedLate, LeavesTheDriverWithItsBuffersSoThatTheNextOneIsRefused) {
+    auto camera = plugAndOpen(withFault(std::string(R"({"call": ")") + GetParam().call +
+                                        R"(", "errno": "EPERM", "count": 1})"));
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_FALSE(log.has("startCapture: VIDIOC_S_FMT error: 16"));
+    EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
+    EXPECT_EQ(log.count("startCapture: VIDIOC_S_FMT error: 16"), 1U);
+    EXPECT_FALSE(camera->captureStarted());
+    // Another camera object for the same device has a handle of its own, and no buffers.
+    camera.reset();
+    ASSERT_TRUE(closesEverything());
+    camera = manager.openCamera(path(onlyCamera));
+    EXPECT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    camera->stopCapture();
+}
+
+INSTANTIATE_TEST_SUITE_P(At, AStartThatFailedLate,
+                         ::testing::Values(LateRefusal{"QueryBuf", "VIDIOC_QUERYBUF"},
+                                           LateRefusal{"Mmap", "mmap"},
+                                           LateRefusal{"QBuf", "VIDIOC_QBUF"},
+                                           LateRefusal{"StreamOn", "VIDIOC_STREAMON"}),
+                         [](const auto& test) { return test.param.name; });
+
 TEST_F(ACameraThatRefuses, UnmapsAndStreamsOffAfterAStreamThatDidNotStart) {
     const auto camera = plugAndOpen(failing("VIDIOC_STREAMON", "ENOSPC"));
     Simulator::startTrace();

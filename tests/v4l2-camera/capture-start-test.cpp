@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "capture-fixture.h"
@@ -51,6 +53,40 @@ TEST_F(ACameraThatStarts, NegotiatesMapsAndStreamsInThisOrder) {
                             "VIDIOC_QBUF", "VIDIOC_QUERYBUF", "mmap", "VIDIOC_QBUF",
                             "VIDIOC_QUERYBUF", "mmap", "VIDIOC_QBUF", "VIDIOC_STREAMON"));
     EXPECT_TRUE(camera->stopCapture());
+}
+
+/// How the process may use the memory at this address: "r--s" (proc(5), /proc/pid/maps).
+std::string accessTo(std::uint64_t address) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::istringstream fields(line);
+        std::uint64_t begin = 0;
+        std::uint64_t end = 0;
+        char dash = 0;
+        std::string access;
+        fields >> std::hex >> begin >> dash >> end >> access;
+        if (begin <= address && address < end) {
+            return access;
+        }
+    }
+    return "";
+}
+
+TEST_F(ACameraThatStarts, AsksForFourBuffersAndSharesThemToReadOnly) {
+    // Without a number of its own the camera grants what it is asked for.
+    const auto camera = plugAndOpen(yuyvCamera);
+    Simulator::startTrace();
+    ASSERT_TRUE(camera->startCapture(vga, PixelFormat::YUYV));
+    std::vector<std::string> access;
+    for (const Simulator::TracedCall& call : Simulator::stopTrace()) {
+        if (call.name == "VIDIOC_REQBUFS") {
+            EXPECT_EQ(call.index, 4U);
+        } else if (call.name == "mmap") {
+            access.push_back(accessTo(call.result));
+        }
+    }
+    EXPECT_THAT(access, ElementsAre("r--s", "r--s", "r--s", "r--s"));
+    camera->stopCapture();
 }
 
 TEST_F(ACameraThatStarts, SaysWhatItWasAskedForAndWhatItChose) {
@@ -212,6 +248,18 @@ TEST_F(ACameraThatStarts, RestartsARunningCaptureOfAnotherSize) {
     EXPECT_EQ(service->openCalls(path(onlyCamera)), 2);
     camera->stopCapture();
     camera->setListener(nullptr);
+}
+
+TEST_F(ACameraThatStarts, RestartsARunningCaptureThatDiffersInOneSideOnly) {
+    const auto camera = plugAndOpen(R"({"name": "YUYV", "formats": [
+        {"fourcc": "YUYV", "sizes": ["640x480", "640x360", "320x360"]}]})");
+    int opened = 0;
+    for (const auto& [width, height] : {std::pair{640U, 480U}, {640U, 360U}, {320U, 360U}}) {
+        ASSERT_TRUE(
+            camera->startCapture(CameraCapabilityEx{width, height, {30, 1}}, PixelFormat::YUYV));
+        EXPECT_EQ(service->openCalls(path(onlyCamera)), ++opened);
+    }
+    camera->stopCapture();
 }
 
 TEST_F(ACameraThatStarts, StopsWithoutTouchingTheDeviceWhenNothingRuns) {

@@ -238,6 +238,45 @@ TEST_F(ADevice, ThatIsGoneFromTheServiceCannotBeOpened) {
     EXPECT_THAT(log.messages(), SizeIs(4));
 }
 
+TEST_F(ADevice, ThatCannotBeOpenedLeavesWhatItWasToFillInAlone) {
+    const auto camera = plugAndOpen(webcam);
+    pull();
+    std::vector<CameraCapability> capabilities{{1, 2, 3}};
+    EXPECT_FALSE(camera->queryCapabilities(capabilities));
+    EXPECT_THAT(capabilities, ElementsAre(TestSupport::IsCapability(1, 2, 3)));
+    for (const PixelFormat format :
+         {PixelFormat::MJPG, PixelFormat::YUV420Planar, PixelFormat::Raw, PixelFormat::Encoded}) {
+        CameraCapabilityRanges ranges;
+        ranges.minWidth = 77;
+        ranges.maxFps = {7, 2};
+        EXPECT_FALSE(camera->queryCapabilityRanges(format, ranges));
+        EXPECT_THAT(ranges, TestSupport::AreSizes(77, 0, 0, 0, 0, 0));
+        EXPECT_THAT(ranges.maxFps, IsRate(7, 2));
+        for (const auto priority :
+             {sizeWidth, CameraCapabilityPriority::SizeHeight, CameraCapabilityPriority::FpsWidth,
+              CameraCapabilityPriority::FpsHeight}) {
+            CameraCapabilityEx closest{1, 2, {3, 4}};
+            EXPECT_FALSE(camera->findClosestCapability(format, wish, closest, priority));
+            EXPECT_THAT(closest, IsPoint(1, 2, 3, 4));
+        }
+    }
+}
+
+// The capture thread is woken through it.
+TEST_F(ADevice, HasACameraWhoseEventDescriptorNeverBlocksAndStaysOutOfChildren) {
+    plug(onlyCamera, webcam);
+    connect();
+    const std::vector<int> before = descriptorsOf("anon_inode:[eventfd]");
+    const auto camera = manager.openCamera(path(onlyCamera));
+    std::vector<int> added = descriptorsOf("anon_inode:[eventfd]");
+    std::erase_if(added, [&](int each) {
+        return std::find(before.begin(), before.end(), each) != before.end();
+    });
+    ASSERT_THAT(added, SizeIs(1));
+    EXPECT_NE(::fcntl(added.front(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(::fcntl(added.front(), F_GETFD), FD_CLOEXEC);
+}
+
 TEST_F(ADevice, CannotBeOpenedWhileTheServiceIsAwayAndCanOnceItIsBack) {
     const auto camera = plugAndOpen(webcam);
     service.reset();

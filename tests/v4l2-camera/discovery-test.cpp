@@ -242,10 +242,30 @@ TEST_F(TheManager, EndsInitWithAnExceptionWhenAnExistingObjectIsNoCamera) {
 }
 
 TEST_F(TheManager, EndsInitWithAnExceptionWhenAnExistingCameraLacksAProperty) {
+    for (bool ServiceObject::*const property :
+         {&ServiceObject::hasName, &ServiceObject::hasCapabilities,
+          &ServiceObject::hasDeviceCaps}) {
+        ServiceObject lacking;
+        lacking.*property = false;
+        service->add(path("lacking"), lacking);
+        EXPECT_THROW(manager.init(), std::out_of_range);
+        service->remove(path("lacking"));
+    }
+    EXPECT_TRUE(manager.init());
+}
+
+TEST_F(TheManager, KeepsWhatAFailedInitHasListedAndReportsItOnce) {
+    service->add(path("a"));
     ServiceObject nameless;
     nameless.hasName = false;
-    service->add(path("nameless"), nameless);
+    service->add(path("b"), nameless);
+    manager.setListener(&managerListener);
     EXPECT_THROW(manager.init(), std::out_of_range);
+    EXPECT_EQ(manager.getNumberOfCameras(), 1);
+    service->remove(path("b"));
+    EXPECT_TRUE(manager.init());
+    EXPECT_EQ(manager.getNumberOfCameras(), 1);
+    EXPECT_THAT(managerListener.events(), ElementsAre("added " + path("a")));
 }
 
 TEST_F(TheManager, FailsToInitialiseWhenAnExistingPropertyHasAnotherType) {

@@ -203,4 +203,30 @@ TEST_F(AFrame, KeptBeyondTheStopIsEmptyAndHarmless) {
     EXPECT_EQ(kept->mapYCbCr(), nullptr);
 }
 
+class AMappedFrame : public AFrame, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(AMappedFrame, IsNotConvertedAnyMoreOnceTheCaptureHasStopped) {
+    const std::string size = std::to_string(W) + "x" + std::to_string(H);
+    camera = plugAndOpen(std::string(R"({"name": "Kept", "formats": [{"fourcc": ")") + GetParam() +
+                         R"(", "sizes": [")" + size + R"("], "intervals": ["1/100"]}]})");
+    std::shared_ptr<GraphicBuffer> kept;
+    std::shared_ptr<Frame> frame;
+    listener.onFrame = [&](const auto& buffer) {
+        kept = buffer;
+        frame = buffer->mapFrame();
+    };
+    camera->setListener(&listener);
+    ASSERT_TRUE(camera->startCapture(CameraCapabilityEx{W, H, {100, 1}}, request(GetParam())));
+    ASSERT_TRUE(listener.waitForFrames(1));
+    camera->stopCapture();
+    // What was mapped inside the call names memory that is gone; it must not be read.
+    EXPECT_EQ(kept->mapYCbCr(), nullptr);
+    EXPECT_EQ(kept->mapFrame(), frame);
+    EXPECT_EQ(linesLike("A buffer of 0 bytes is too short for " + size), 1U);
+    EXPECT_EQ(linesLike("Converting with"), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, AMappedFrame,
+                         ::testing::Values("YUYV", "UYVY", "YU12", "NV12", "MJPG"));
+
 }  // namespace

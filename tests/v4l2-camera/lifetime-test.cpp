@@ -114,6 +114,10 @@ TEST_F(ACameraThatFails, MayDieInsideTheReportOfAFailedWait) {
     expectMayDieInsideTheReportOf(R"({"call": "poll", "errno": "ENOMEM", "first": 2, "count": 1})");
 }
 
+TEST_F(ACameraThatFails, MayDieInsideTheReportThatNoFrameCameForTenSeconds) {
+    expectMayDieInsideTheReportOf(R"({"frame": "stall"})");
+}
+
 TEST_F(ACamera, LivesAsLongAsTheHostHoldsAFrame) {
     std::promise<std::shared_ptr<GraphicBuffer>> first;
     std::atomic<bool> once{false};

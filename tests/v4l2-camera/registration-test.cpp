@@ -46,6 +46,23 @@ protected:
     }
 };
 
+TEST_F(ARegistration, MayBeMadeAfterAnInitThatFailed) {
+    plug(onlyCamera, webcam);
+    TestSupport::ServiceObject liar;
+    liar.capabilitiesAreText = true;
+    service->add(path("liar"), liar);
+    manager.setListener(&managerListener);
+    ASSERT_FALSE(manager.init());
+    const auto camera = open(first);
+    EXPECT_FALSE(camera->getSupportedFormats().empty());
+
+    service->remove(path("liar"));
+    ASSERT_TRUE(manager.init());
+    EXPECT_FALSE(camera->getSupportedFormats().empty());
+    pull();
+    EXPECT_THAT(first.errors(), ElementsAre("Camera removed"));
+}
+
 TEST_F(ARegistration, HasTheCameraToldOnceOnItsRemovalBeforeTheManagersListener) {
     std::vector<std::string> order;
     first.onError = [&](const std::string& message) { order.push_back(message); };
@@ -204,6 +221,19 @@ TEST_P(AQueryOfTheManagerFor, EndsTheRegistrationOfAnOpenCamera) {
     EXPECT_THAT(first.errors(), IsEmpty());
     EXPECT_THAT(managerListener.events(),
                 ElementsAre("added " + path(onlyCamera), "removed " + path(onlyCamera)));
+}
+
+TEST_P(AQueryOfTheManagerFor, LeavesACaptureToItselfWhenTheServiceTakesTheCameraAway) {
+    plugIn();
+    const auto camera = open(first);
+    ASSERT_TRUE(camera->startCapture(CameraCapabilityEx{640, 480, {30, 1}}, PixelFormat::MJPG));
+    EXPECT_TRUE(GetParam().ask(manager, path(onlyCamera)));
+    service->remove(path(onlyCamera));
+    ASSERT_TRUE(managerListener.waitFor("removed " + path(onlyCamera)));
+    EXPECT_TRUE(camera->captureStarted());
+    EXPECT_TRUE(first.waitForFrames(first.frameCount() + 3));
+    EXPECT_TRUE(camera->stopCapture());
+    EXPECT_THAT(first.errors(), IsEmpty());
 }
 
 TEST_P(AQueryOfTheManagerFor, EndsTheRegistrationOfAnOpenCameraAlsoWhenItFails) {
