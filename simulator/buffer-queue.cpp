@@ -56,8 +56,9 @@ int BufferQueue::queue(v4l2_buffer& buffer) {
 
 void BufferQueue::dequeue(v4l2_buffer& buffer) {
     const std::uint32_t index = m_done.pop();
-    m_buffers[index].state = State::Host;
     describe(index, buffer);
+    buffer.flags &= ~std::uint32_t{V4L2_BUF_FLAG_DONE};
+    m_buffers[index].state = State::Host;
 }
 
 std::optional<std::uint32_t> BufferQueue::beginFilling() {
@@ -115,14 +116,12 @@ void BufferQueue::describe(std::uint32_t index, v4l2_buffer& buffer) const {
     if (known.memory->mappings.load() > 0) {
         buffer.flags |= V4L2_BUF_FLAG_MAPPED;
     }
-    if (known.frame.error) {
-        buffer.flags |= V4L2_BUF_FLAG_ERROR;
-    }
     if (known.state == State::Queued || known.state == State::Filling) {
         buffer.flags |= V4L2_BUF_FLAG_QUEUED;
     }
+    // Once dequeued, a buffer has forgotten that its frame was damaged.
     if (known.state == State::Done) {
-        buffer.flags |= V4L2_BUF_FLAG_DONE;
+        buffer.flags |= V4L2_BUF_FLAG_DONE | (known.frame.error ? V4L2_BUF_FLAG_ERROR : 0);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "call-recorder.h"
 
+#include <cstdlib>
 #include <mutex>
 #include <utility>
 
@@ -36,6 +37,10 @@ void record(TracedCall call) {
 }
 
 void startTrace() {
+    // LeakSanitizer yields, and so comes through here, when it looks for leaks as the process ends:
+    // it holds the allocator's locks then, and a recorder that allocates would wait for ever.
+    static const int untilTheEnd = std::atexit([] { recording.store(false); });
+    static_cast<void>(untilTheEnd);
     Recorded& all = recorded();
     const std::lock_guard lock(all.mutex);
     all.calls.clear();

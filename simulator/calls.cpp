@@ -35,6 +35,11 @@ std::uint32_t indexOf(std::uint32_t request, const void* argument) {
     }
 }
 
+/// Where it is not, munmap refuses.
+bool isPageAligned(const void* address) {
+    return reinterpret_cast<std::uintptr_t>(address) % wholePages(1) == 0;
+}
+
 void note(const char* name, int descriptor, std::uint64_t handle, std::uint64_t result, int error,
           std::uint32_t index = 0) {
     if (recording.load(std::memory_order_relaxed)) {
@@ -92,15 +97,19 @@ void* callMap(void* address, std::size_t bytes, int protection, int flags, int d
 }
 
 int callUnmap(void* address, std::size_t bytes) {
-    const int result = rawUnmap(address, bytes);
-    const int error = result == 0 ? 0 : errno;
     DeviceRegistry& registry = DeviceRegistry::instance();
-    if (result == 0 && registry.anyMapping() && registry.dropMappings(address, bytes)) {
-        const int before = errno;
-        registry.reap();
-        note("munmap", -1, 0, 0, error);
+    const int before = errno;
+    // Forgotten first: once the range is free, another thread may map a buffer there.
+    if (!isPageAligned(address) || !registry.anyMapping() ||
+        !registry.dropMappings(address, bytes)) {
         errno = before;
+        return rawUnmap(address, bytes);
     }
+    const int result = unmapPiece(address, bytes);
+    const int error = result == 0 ? 0 : errno;
+    registry.reap();
+    note("munmap", -1, 0, static_cast<std::uint64_t>(result), error);
+    errno = error == 0 ? before : error;
     return result;
 }
 

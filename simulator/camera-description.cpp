@@ -250,6 +250,11 @@ CameraDescription parseDescription(std::string_view json) {
     return camera;
 }
 
+std::string fourccText(std::uint32_t code) {
+    return {static_cast<char>(code), static_cast<char>(code >> 8), static_cast<char>(code >> 16),
+            static_cast<char>(code >> 24)};
+}
+
 CameraDescription loadDescription(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};

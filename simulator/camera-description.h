@@ -98,6 +98,8 @@ constexpr std::uint32_t fourcc(const char (&code)[5]) {
            static_cast<std::uint32_t>(static_cast<unsigned char>(code[2])) << 16 |
            static_cast<std::uint32_t>(static_cast<unsigned char>(code[3])) << 24;
 }
+/// The four characters of a code.
+std::string fourccText(std::uint32_t code);
 
 }  // namespace Simulator
 

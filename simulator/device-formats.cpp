@@ -22,7 +22,7 @@ constexpr std::pair<std::uint32_t, const char*> formatNames[] = {
     {fourcc("YUYV"), "YUYV 4:2:2"},
     {fourcc("UYVY"), "UYVY 4:2:2"},
     {fourcc("YU12"), "Planar YUV 4:2:0"},
-    {fourcc("NV12"), "Y/CbCr 4:2:0"},
+    {fourcc("NV12"), "Y/UV 4:2:0"},
     {fourcc("MJPG"), "Motion-JPEG"},
     {fourcc("JPEG"), "JFIF JPEG"},
     {fourcc("H264"), "H.264"},
@@ -40,8 +40,7 @@ std::string formatName(std::uint32_t code) {
             return name;
         }
     }
-    return {static_cast<char>(code), static_cast<char>(code >> 8), static_cast<char>(code >> 16),
-            static_cast<char>(code >> 24)};
+    return fourccText(code);
 }
 
 v4l2_fract fraction(Interval interval) {
@@ -59,6 +58,8 @@ void describe(const CameraDescription& camera, const FrameChoice& choice, v4l2_f
     pixels.bytesperline = bytesPerLine(code, choice.width);
     pixels.sizeimage = imageBytes(code, choice.width, choice.height);
     pixels.colorspace = V4L2_COLORSPACE_SRGB;
+    pixels.xfer_func = V4L2_XFER_FUNC_709;
+    pixels.ycbcr_enc = V4L2_YCBCR_ENC_601;
     pixels.priv = V4L2_PIX_FMT_PRIV_MAGIC;
 }
 

@@ -21,10 +21,15 @@ constexpr std::uint32_t largest = std::numeric_limits<std::uint32_t>::max();
 constexpr int largestErrno = 133;
 
 constexpr std::pair<std::string_view, FaultKind> frameFaults[] = {
-    {"error", FaultKind::ErrorFrame},        {"short", FaultKind::ShortFrame},
-    {"truncated", FaultKind::TruncateFrame}, {"garbled", FaultKind::GarbleFrame},
-    {"lost", FaultKind::LoseFrame},          {"stall", FaultKind::Stall},
-    {"unplug", FaultKind::Unplug},           {"broken", FaultKind::QueueError},
+    {"error", FaultKind::ErrorFrame},
+    {"short", FaultKind::ShortFrame},
+    {"truncated", FaultKind::TruncateFrame},
+    {"garbled", FaultKind::GarbleFrame},
+    {"lost", FaultKind::LoseFrame},
+    {"stall", FaultKind::Stall},
+    {"unplug", FaultKind::Unplug},
+    {"broken", FaultKind::QueueError},
+    {"unflagged", FaultKind::UnflaggedFrame},
 };
 
 constexpr std::pair<std::string_view, std::uint32_t> pollBits[] = {
@@ -119,8 +124,8 @@ void readFrameEffect(const JsonReader& reader, Fault& fault) {
     if (!found) {
         reader.at("frame").fail("\"" + name +
                                 "\" is not a fault of frames; allowed are \"error\", \"short\", "
-                                "\"truncated\", \"garbled\", \"lost\", \"stall\", \"unplug\", "
-                                "\"broken\"");
+                                "\"unflagged\", \"truncated\", \"garbled\", \"lost\", \"stall\", "
+                                "\"unplug\", \"broken\"");
     }
     if (reader.has("milliseconds")) {
         if (fault.kind != FaultKind::Stall) {

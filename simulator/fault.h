@@ -14,19 +14,20 @@ namespace Simulator {
 
 /// What goes wrong.
 enum class FaultKind : std::uint32_t {
-    CallErrno,      ///< a call fails with `value` as its errno and does nothing
-    PollEvents,     ///< poll reports `value` for the camera at once
-    GrantBuffers,   ///< VIDIOC_REQBUFS grants `value` buffers
-    BufferBytes,    ///< VIDIOC_REQBUFS makes buffers of `value` bytes, whatever the format needs
-    DequeueIndex,   ///< VIDIOC_DQBUF reports `value` as the buffer's index
-    ErrorFrame,     ///< a frame carries V4L2_BUF_FLAG_ERROR and half its bytes
-    ShortFrame,     ///< a frame carries half its bytes, without a flag
-    TruncateFrame,  ///< the same, and a JPEG still ends with its end marker
-    GarbleFrame,    ///< a frame's bytes are scrambled, its length and first bytes are right
-    LoseFrame,      ///< a frame is lost; the sequence shows a gap
-    Stall,          ///< no frame comes for `value` milliseconds; 0: until the fault is cleared
-    Unplug,         ///< the camera is unplugged in place of this frame
-    QueueError,     ///< the stream breaks: poll gives POLLERR alone, VIDIOC_DQBUF gives EIO
+    CallErrno,       ///< a call fails with `value` as its errno and does nothing
+    PollEvents,      ///< poll reports `value` for the camera at once
+    GrantBuffers,    ///< VIDIOC_REQBUFS grants `value` buffers
+    BufferBytes,     ///< VIDIOC_REQBUFS makes buffers of `value` bytes, whatever the format needs
+    DequeueIndex,    ///< VIDIOC_DQBUF reports `value` as the buffer's index
+    ErrorFrame,      ///< a frame carries V4L2_BUF_FLAG_ERROR and half its bytes
+    ShortFrame,      ///< a frame carries half its bytes; where its length is known, it is flagged
+    UnflaggedFrame,  ///< a frame carries half its bytes, and the driver does not notice
+    TruncateFrame,   ///< as ShortFrame, and a JPEG still ends with its end marker
+    GarbleFrame,     ///< a frame's bytes are scrambled, its length and first bytes are right
+    LoseFrame,       ///< a frame is lost; the sequence shows a gap
+    Stall,           ///< no frame comes for `value` milliseconds; 0: until the fault is cleared
+    Unplug,          ///< the camera is unplugged in place of this frame
+    QueueError,      ///< the stream breaks: poll gives POLLERR alone, VIDIOC_DQBUF gives EIO
 };
 
 /// The calls that a fault can name, besides the ioctls by their request number.

@@ -1,20 +1,20 @@
 // SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors
 // SPDX-License-Identifier: Apache-2.0
 //
-// Owners of descriptors and mappings. They go to the kernel with system calls of their own, since
-// close, mmap and munmap are stood in for in the very processes that use these.
+// Owners of descriptors and mappings. They go to the kernel past libc, since close, mmap and munmap
+// are stood in for in the very processes that use these.
 
 #ifndef LUMIQ_SIMULATOR_OWNED_H
 #define LUMIQ_SIMULATOR_OWNED_H
 
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <sys/types.h>
-#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <utility>
+
+#include "raw-calls.h"
 
 namespace Simulator {
 
@@ -30,7 +30,7 @@ public:
     }
     ~OwnedDescriptor() {
         if (m_descriptor >= 0) {
-            syscall(SYS_close, m_descriptor);
+            rawClose(m_descriptor);
         }
     }
     [[nodiscard]] int get() const { return m_descriptor; }
@@ -45,16 +45,16 @@ class OwnedMapping {
 public:
     OwnedMapping() = default;
     OwnedMapping(int descriptor, std::uint64_t offset, std::size_t bytes) : m_bytes(bytes) {
-        const long address = syscall(SYS_mmap, nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED,
-                                     descriptor, static_cast<off_t>(offset));
-        m_address = address == -1 ? nullptr : reinterpret_cast<std::uint8_t*>(address);
+        void* const address = rawMap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
+                                     static_cast<off_t>(offset));
+        m_address = address == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(address);
     }
     OwnedMapping(OwnedMapping&& other) noexcept
         : m_address(std::exchange(other.m_address, nullptr)), m_bytes(other.m_bytes) {}
     OwnedMapping& operator=(OwnedMapping&&) = delete;
     ~OwnedMapping() {
         if (m_address != nullptr) {
-            syscall(SYS_munmap, m_address, m_bytes);
+            unmapPiece(m_address, m_bytes);
         }
     }
     [[nodiscard]] std::uint8_t* address() const { return m_address; }

@@ -18,10 +18,13 @@
 #include <cstddef>
 #include <ctime>
 
-// ThreadSanitizer's own stand-in for close(), where it is linked in. It has to hear of every close:
-// a number that is free again would otherwise be taken for the descriptor that had it before.
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
+// ThreadSanitizer's own stand-ins, where it is linked in. It has to hear of every close, or a
+// number that is free again would be taken for the descriptor that had it before; and of every
+// mapping that goes, or what is mapped there next would share its history.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" int __interceptor_close(int descriptor) __attribute__((weak));
+extern "C" int __interceptor_munmap(void* address, std::size_t bytes) __attribute__((weak));
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace Simulator {
 
@@ -65,6 +68,14 @@ inline void* rawMap(void* address, std::size_t bytes, int protection, int flags,
 
 inline int rawUnmap(void* address, std::size_t bytes) {
     return static_cast<int>(syscall(SYS_munmap, address, bytes));
+}
+
+/// Of a camera's file. Not for every munmap: a sanitizer's own start-up has some.
+inline int unmapPiece(void* address, std::size_t bytes) {
+    if (__interceptor_munmap != nullptr) {
+        return __interceptor_munmap(address, bytes);
+    }
+    return rawUnmap(address, bytes);
 }
 
 }  // namespace Simulator

@@ -7,48 +7,14 @@
 
 #include <pthread.h>
 
-#include <algorithm>
-#include <cstring>
-
 #include "frame-choice.h"
+#include "frame-damage.h"
 #include "stream.h"
 
 namespace Simulator {
 namespace {
 
 constexpr std::uint64_t nanoseconds = 1000000000;
-/// What a garbled frame keeps, so that it still looks like a frame.
-constexpr std::size_t keptStart = 1024;
-constexpr std::size_t keptEnd = 2;
-
-void garble(std::uint8_t* data, std::size_t bytes, std::uint32_t seed) {
-    std::uint32_t noise = seed * 2654435761U + 1;
-    for (std::size_t i = std::min(keptStart, bytes / 2); i + keptEnd < bytes; ++i) {
-        noise ^= noise << 13;
-        noise ^= noise >> 17;
-        noise ^= noise << 5;
-        data[i] = static_cast<std::uint8_t>(noise);
-    }
-}
-
-/// Changes a painted frame as the faults demand.
-void damage(std::uint8_t* data, FilledFrame& frame, const StruckFaults& struck) {
-    if (struck.find(FaultKind::GarbleFrame) != nullptr) {
-        garble(data, frame.bytesUsed, frame.sequence);
-    }
-    frame.error = struck.find(FaultKind::ErrorFrame) != nullptr;
-    const bool truncated = struck.find(FaultKind::TruncateFrame) != nullptr;
-    if (frame.error || truncated || struck.find(FaultKind::ShortFrame) != nullptr) {
-        // What is cut off is gone, not left over from a frame before.
-        std::memset(data + frame.bytesUsed / 2, 0, frame.bytesUsed - frame.bytesUsed / 2);
-        frame.bytesUsed /= 2;
-    }
-    const bool jpeg = frame.bytesUsed > 4 && data[0] == 0xff && data[1] == 0xd8;
-    if (truncated && jpeg) {
-        data[frame.bytesUsed - 2] = 0xff;
-        data[frame.bytesUsed - 1] = 0xd9;
-    }
-}
 
 }  // namespace
 
@@ -144,6 +110,13 @@ void Stream::produce(Lock& lock) {
     ++m_interval;
 }
 
+/// Whether the driver sees that a frame is not whole: it knows how long those are that are not
+/// compressed.
+bool Stream::misses(std::size_t bytes, std::size_t wholeBytes) const {
+    return bytes < wholeBytes && !isCompressed(m_format.fourcc) &&
+           m_struck.find(FaultKind::UnflaggedFrame) == nullptr;
+}
+
 void Stream::fill(Lock& lock, std::uint32_t index) {
     const auto at =
         std::chrono::duration_cast<std::chrono::microseconds>(dueTime().time_since_epoch());
@@ -154,9 +127,10 @@ void Stream::fill(Lock& lock, std::uint32_t index) {
     const std::size_t capacity = m_queue.length(index);
     m_filling = true;
     lock.unlock();
-    frame.bytesUsed =
-        static_cast<std::uint32_t>(m_painter->paint(memory->data(), capacity, frame.sequence));
-    damage(memory->data(), frame, m_struck);
+    const std::size_t painted = m_painter->paint(memory->data(), capacity, frame.sequence);
+    const DamagedFrame damaged = damageFrame(memory->data(), painted, frame.sequence, m_struck);
+    frame.bytesUsed = static_cast<std::uint32_t>(damaged.bytes);
+    frame.error = damaged.flagged || misses(damaged.bytes, painted);
     lock.lock();
     m_filling = false;
     m_filled.notify_all();

@@ -21,8 +21,9 @@ namespace {
 /// All buffers of a camera together; more would not fit the 32 bits of a mapping offset.
 constexpr std::uint64_t maxBufferBytes = std::uint64_t{3} << 30;
 
-/// Makes an eventfd readable, or not.
-void show(const OwnedDescriptor& descriptor, bool& shown, bool ready) {
+}  // namespace
+
+void Stream::Readiness::show(bool ready) {
     if (descriptor.get() < 0 || shown == ready) {
         return;
     }
@@ -34,8 +35,6 @@ void show(const OwnedDescriptor& descriptor, bool& shown, bool ready) {
         rawRead(descriptor.get(), &value, sizeof value);
     }
 }
-
-}  // namespace
 
 Stream::Stream(std::shared_ptr<const OwnedDescriptor> file, ControlBlock& control, Picture picture)
     : m_file(std::move(file)), m_control(control), m_picture(picture) {}
@@ -68,6 +67,7 @@ int Stream::requestBuffers(std::uint32_t& count, std::uint32_t bytes) {
 int Stream::createBuffers(std::uint32_t& count, std::uint32_t bytes, std::uint32_t& index) {
     const Lock lock(m_mutex);
     index = m_queue.size();
+    m_untouched = m_untouched || index == 0;
     if (count == 0) {
         return 0;
     }
@@ -99,7 +99,13 @@ int Stream::query(v4l2_buffer& buffer) {
 
 int Stream::queue(v4l2_buffer& buffer) {
     const Lock lock(m_mutex);
-    return m_broken ? EIO : m_queue.queue(buffer);
+    const bool there = buffer.index < m_queue.size();
+    const int error = m_broken && there ? EIO : m_queue.queue(buffer);
+    if (error == 0) {
+        m_untouched = false;
+        showReadiness();
+    }
+    return error;
 }
 
 int Stream::dequeue(v4l2_buffer& buffer, bool wait) {
@@ -113,7 +119,7 @@ int Stream::dequeue(v4l2_buffer& buffer, bool wait) {
         }
         m_dequeueing = true;
         lock.unlock();
-        pollfd ready = {readyDescriptor(true), POLLIN, 0};
+        pollfd ready = {showWhenReady(m_takes), POLLIN, 0};
         const int result = rawPoll(&ready, 1, nullptr, nullptr);
         const int error = errno;
         lock.lock();
@@ -165,6 +171,7 @@ void Stream::cancel(Lock& lock) {
     m_streaming = false;
     m_filled.wait(lock, [this] { return !m_filling; });
     m_broken = false;
+    m_untouched = true;
     m_queue.cancel();
     m_painter.reset();
     showReadiness();
@@ -186,33 +193,39 @@ std::shared_ptr<BufferMemory> Stream::memoryAt(std::uint64_t offset) {
 }
 
 short Stream::pollEvents(short wanted) {
-    if (gone()) {
-        return static_cast<short>(POLLERR | POLLHUP | (wanted & POLLPRI));
+    const int frames = wanted & (POLLIN | POLLRDNORM);
+    int events = 0;
+    if (frames != 0) {
+        const Lock lock(m_mutex);
+        if (!m_streaming || m_broken || m_untouched) {
+            events = POLLERR;
+        } else if (m_queue.anyDone()) {
+            events = frames;
+        }
     }
-    if ((wanted & (POLLIN | POLLRDNORM)) == 0) {
-        return 0;
-    }
-    const Lock lock(m_mutex);
-    if (!m_streaming || m_broken) {
-        return POLLERR;
-    }
-    return static_cast<short>(m_queue.anyDone() ? wanted & (POLLIN | POLLRDNORM) : 0);
+    // Asked last: who sees the end of the stream that an unplug brought sees the unplug as well.
+    return static_cast<short>(gone() ? POLLERR | POLLHUP | (wanted & POLLPRI) : events);
 }
 
 int Stream::readyDescriptor(bool frames) {
+    return showWhenReady(frames ? m_frames : m_events);
+}
+
+int Stream::showWhenReady(Readiness& readiness) {
     const Lock lock(m_mutex);
-    OwnedDescriptor& descriptor = frames ? m_frames : m_events;
-    if (descriptor.get() < 0) {
-        descriptor = OwnedDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (readiness.descriptor.get() < 0) {
+        readiness.descriptor = OwnedDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     }
     showReadiness();
     startThread();
-    return descriptor.get();
+    return readiness.descriptor.get();
 }
 
 void Stream::showReadiness() {
-    show(m_frames, m_framesShown, gone() || !m_streaming || m_broken || m_queue.anyDone());
-    show(m_events, m_eventsShown, gone());
+    const bool over = gone() || !m_streaming || m_broken;
+    m_takes.show(over || m_queue.anyDone());
+    m_frames.show(over || m_queue.anyDone() || m_untouched);
+    m_events.show(gone());
 }
 
 void Stream::startThread() {

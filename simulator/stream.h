@@ -73,8 +73,16 @@ private:
         std::optional<Clock::time_point> until;
     };
 
+    /// An eventfd that is readable while something holds; -1 until it is first asked for.
+    struct Readiness {
+        OwnedDescriptor descriptor;
+        bool shown = false;
+        void show(bool ready);
+    };
+
     std::uint32_t allocate(std::uint32_t count, std::uint32_t bytes);
     void cancel(Lock& lock);
+    int showWhenReady(Readiness& readiness);
     void showReadiness();
     void startThread();
 
@@ -86,6 +94,7 @@ private:
     bool stalls();
     void produce(Lock& lock);
     void fill(Lock& lock, std::uint32_t index);
+    [[nodiscard]] bool misses(std::size_t bytes, std::size_t wholeBytes) const;
     [[nodiscard]] bool gone() const {
         return m_control.unplugged.load(std::memory_order_acquire) != 0;
     }
@@ -100,10 +109,13 @@ private:
     bool m_broken = false;
     bool m_dequeueing = false;  ///< someone waits in dequeue()
 
-    OwnedDescriptor m_frames;  ///< eventfd behind readyDescriptor(true); -1 until first asked for
-    OwnedDescriptor m_events;  ///< eventfd behind readyDescriptor(false)
-    bool m_framesShown = false;
-    bool m_eventsShown = false;
+    /// No buffer was queued since they were made or the last stream ended: to poll that is an
+    /// error.
+    bool m_untouched = true;
+
+    Readiness m_frames;  ///< behind readyDescriptor(true)
+    Readiness m_events;  ///< behind readyDescriptor(false)
+    Readiness m_takes;   ///< that dequeue() need not wait
 
     // While streaming
     std::unique_ptr<FramePainter> m_painter;

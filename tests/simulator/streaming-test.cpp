@@ -214,8 +214,8 @@ TEST_F(AStream, ReportsAnErrorToPollWhileItDoesNotRun) {
 }
 
 TEST_F(AStream, LeavesPollInTimeAndLetsOthersWakeIt) {
-    ASSERT_EQ(m_camera.requestBuffers(1), 0);
-    ASSERT_EQ(m_camera.stream(true), 0);  // nothing queued: no frame will come
+    m_device.setFault(R"({"frame": "stall"})");
+    ASSERT_EQ(m_camera.start(1), 0);
     const auto begin = Clock::now();
     EXPECT_EQ(m_camera.poll(POLLIN, 50), 0);
     EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(50));
@@ -244,9 +244,22 @@ TEST_F(AStream, IsPolledAmongManyDescriptorsAndTwice) {
     close(event);
 }
 
-TEST_F(AStream, IsWokenInPollByStreamOff) {
+TEST_F(AStream, IsAnErrorToPollUntilABufferWasQueued) {
     ASSERT_EQ(m_camera.requestBuffers(1), 0);
     ASSERT_EQ(m_camera.stream(true), 0);
+    EXPECT_EQ(m_camera.poll(POLLIN, -1), POLLERR);
+    EXPECT_EQ(m_camera.poll(POLLPRI, 0), 0);
+    EXPECT_EQ(m_camera.dequeue(), EAGAIN);
+    ASSERT_EQ(m_camera.queue(0), 0);
+    EXPECT_EQ(m_camera.poll(POLLIN, -1), POLLIN);
+    ASSERT_EQ(m_camera.stream(false), 0);
+    ASSERT_EQ(m_camera.stream(true), 0);
+    EXPECT_EQ(m_camera.poll(POLLIN, -1), POLLERR) << "the end of a stream takes buffers back";
+}
+
+TEST_F(AStream, IsWokenInPollByStreamOff) {
+    m_device.setFault(R"({"frame": "stall"})");
+    ASSERT_EQ(m_camera.start(1), 0);
     std::thread stopper([this] { EXPECT_EQ(m_camera.stream(false), 0); });
     EXPECT_EQ(m_camera.poll(POLLIN, -1), POLLERR);
     stopper.join();
