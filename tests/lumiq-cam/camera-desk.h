@@ -49,7 +49,7 @@ public:
     }
 
     static std::string description(const std::string& camera) {
-        return std::string(LUMIQ_CAMERAS_FOLDER) + "/" + camera + ".json";
+        return LUMIQ_CAMERAS_FOLDER "/" + camera + ".json";
     }
 
 private:

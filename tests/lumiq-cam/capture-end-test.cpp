@@ -51,6 +51,14 @@ TEST(ACapture, EndsAfterItsTime) {
     EXPECT_GE(result.json()["seconds"].get<double>(), 0.1);
 }
 
+TEST(ACapture, ConvertsWithoutWritingWhereThatIsToBeMeasured) {
+    const Json summary = captureJson({}, {"--count", "5", "--convert"}).json();
+    EXPECT_EQ(summary["end"], "count");
+    EXPECT_EQ(summary["frames"]["converted"], 5);
+    EXPECT_TRUE(summary["output"].is_null());
+    EXPECT_EQ(captureJson({}, {"--count", "5"}).json()["frames"]["converted"], 0);
+}
+
 TEST(ACapture, SumsUpForPeople) {
     const auto result = runFake({"capture", "0", "--count", "5", "--size", "64x48"}, oneCamera());
     EXPECT_EQ(result.code, 0);
@@ -163,13 +171,13 @@ TEST(ACapture, EndsCleanlyWithASignal) {
 }
 
 TEST(ACapture, CountsApartWhatTheWriterIsTooSlowFor) {
-    // The reader takes nothing until the queue has long been full.
+    // The reader takes no more than the first byte until the queue has long been full.
     const std::string command = program() +
                                 " capture 0 --size 320x240 --count 20 -o - | "
-                                "{ sleep 0.5; wc -c; }";
+                                "{ head -c 1 >/dev/null; sleep 5; wc -c; }";
     TestSupport::ChildProcess process({"bash", "-c", command}, {fakeEnvironment(oneCamera())});
     const auto result = finish(process);
-    EXPECT_THAT(result.out, HasSubstr(std::to_string(20 * 320 * 240 * 2)));
+    EXPECT_THAT(result.out, HasSubstr(std::to_string(20 * 320 * 240 * 2 - 1)));
     EXPECT_THAT(result.err, testing::Not(HasSubstr(" 0 dropped")));
     EXPECT_THAT(result.err, HasSubstr("20 written"));
 }
@@ -212,7 +220,9 @@ TEST(AnOutput, WhoseReaderSleepsDoesNotHoldUpTheEnd) {
 
 TEST(ATerminal, SeesAProgressLine) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(terminal, 0);
+    if (terminal < 0) {
+        GTEST_SKIP() << "no terminal can be made here: /dev/ptmx or /dev/pts is missing";
+    }
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
     const std::string command =

@@ -44,6 +44,7 @@ TEST(TheCommandLine, IsRefusedWhenItMakesNoSense) {
         {"capture", "0", "-o", "f-%s.png"},
         {"capture", "0", "-o", "f.png", "--count", "2"},
         {"capture", "0", "--as", "png"},
+        {"capture", "0", "-o", "f.y4m", "--convert"},
         {"capture", "0", "-o", "-", "--json"},
         {"closest", "0", "1"}};
     for (const auto& arguments : wrong) {

@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 constexpr auto kRemovalGrace = 2s;
 // So many frames that cannot be used, and none that can, are no accident.
 constexpr std::uint64_t kPatienceFrames = 30;
-constexpr auto kLook = 200ms;
+constexpr auto kProgressInterval = 200ms;
 
 double secondsOf(std::chrono::steady_clock::duration duration) {
     return std::chrono::duration<double>(duration).count();
@@ -57,9 +57,12 @@ CaptureRun::CaptureRun(Host& host, const Options& options, std::string cameraId,
       m_cameraId(std::move(cameraId)),
       m_point(point),
       m_writer(options.output, point.fps),
-      m_session(std::move(camera),
-                {point, takeFor(options.output.container, options.wish.format), options.count},
-                host.wakeUp()),
+      m_session(
+          std::move(camera),
+          {point,
+           options.convert ? Take::Picture : takeFor(options.output.container, options.wish.format),
+           options.count, options.output.container != Container::None},
+          host.wakeUp()),
       m_progressLine(isatty(STDERR_FILENO) != 0 && !options.verbose) {}
 
 CaptureOutcome CaptureRun::run() {
@@ -98,24 +101,24 @@ void CaptureRun::loop() {
 
 bool CaptureRun::isOver() {
     // What arrived before a failure is worth as much as any other frame, so it is written first.
-    if (writeArrived() || heedErrors() || heedRemoval()) {
+    writeArrived();
+    const CaptureProgress progress = m_session.progress();
+    if (m_options.count != 0 && progress.accepted >= m_options.count) {
+        return end(End::Count);
+    }
+    if (heedErrors() || heedRemoval()) {
         return true;
     }
     if (StopSignals::requested()) {
         return end(End::Stopped);
     }
-    const CaptureProgress progress = m_session.progress();
     return heedUnusableFrames(progress) || heedTime(progress);
 }
 
-bool CaptureRun::writeArrived() {
+void CaptureRun::writeArrived() {
     while (const auto frame = m_session.takeFrame()) {
         m_writer.write(*frame);
-        if (m_options.count != 0 && m_writer.frames() >= m_options.count) {
-            return end(End::Count);
-        }
     }
-    return false;
 }
 
 bool CaptureRun::heedErrors() {
@@ -151,7 +154,7 @@ bool CaptureRun::heedRemoval() {
 }
 
 bool CaptureRun::heedUnusableFrames(const CaptureProgress& progress) {
-    const bool none = m_writer.frames() == 0 && progress.unusable >= kPatienceFrames;
+    const bool none = progress.accepted == 0 && progress.unusable >= kPatienceFrames;
     if (progress.hopeless) {
         return end(End::Failed, ExitCode::CaptureFailed, progress.problem,
                    "Write the frames as they are, to a file with an ending such as .h264 or .raw, "
@@ -191,13 +194,18 @@ bool CaptureRun::end(End end, ExitCode code, const std::string& what, const std:
     return true;
 }
 
+// Everything but the passing of time wakes the main thread.
 std::chrono::milliseconds CaptureRun::nextLook() const {
-    auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(kLook);
+    const auto now = Clock::now();
+    auto next = m_deviceError ? m_deviceError->time + kRemovalGrace
+                              : m_session.progress().lastFrame + m_options.timeout;
     if (m_options.duration > 0ms) {
-        const auto left = m_started + m_options.duration - Clock::now();
-        wait = std::min(wait, std::chrono::ceil<std::chrono::milliseconds>(left));
+        next = std::min(next, m_started + m_options.duration);
     }
-    return wait;
+    if (m_progressLine) {
+        next = std::min(next, now + kProgressInterval);
+    }
+    return std::chrono::ceil<std::chrono::milliseconds>(next - now);
 }
 
 void CaptureRun::finish() {
@@ -208,9 +216,7 @@ void CaptureRun::finish() {
     }
     if (m_outcome.end != End::OutputFailed) {
         try {
-            const End why = m_outcome.end;
             writeArrived();
-            m_outcome.end = why;
             m_writer.close();
         } catch (const Failure& failure) {
             m_outcome.end = End::OutputFailed;
@@ -226,7 +232,7 @@ void CaptureRun::finish() {
 
 void CaptureRun::showProgress() {
     const auto now = Clock::now();
-    if (!m_progressLine || now - m_shown < kLook) {
+    if (!m_progressLine || now - m_shown < kProgressInterval) {
         return;
     }
     m_shown = now;

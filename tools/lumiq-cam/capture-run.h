@@ -47,8 +47,8 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void start();
+    void writeArrived();
     // Each returns true when the capture is over, with the reason in m_outcome.
-    bool writeArrived();
     bool heedErrors();
     bool heedRemoval();
     bool heedUnusableFrames(const CaptureProgress& progress);

@@ -66,18 +66,17 @@ StreamSummary CaptureSession::stream() const {
 
 void CaptureSession::onCameraFrame(std::shared_ptr<Nerio::Lumiq::GraphicBuffer> buffer) {
     try {
-        if (buffer && wantsFrame(*buffer)) {
-            keep(m_copier.copy(*buffer));
+        if (buffer && wantsFrame(*buffer) && keep(m_copier.copy(*buffer))) {
+            m_wakeUp.notify();
         }
     } catch (const std::exception& error) {  // No memory; the plug-in must not see it.
         onCameraError(std::string("a frame cannot be kept: ") + error.what());
     }
-    m_wakeUp.notify();
 }
 
 bool CaptureSession::wantsFrame(const Nerio::Lumiq::GraphicBuffer& buffer) {
     const std::lock_guard lock(m_mutex);
-    if (m_settings.count != 0 && m_accepted >= m_settings.count) {
+    if (m_settings.count != 0 && m_progress.accepted >= m_settings.count) {
         return false;
     }
     m_statistics.add(buffer.timestamp);
@@ -89,18 +88,22 @@ bool CaptureSession::wantsFrame(const Nerio::Lumiq::GraphicBuffer& buffer) {
     return true;
 }
 
-void CaptureSession::keep(std::optional<CapturedFrame> frame) {
+bool CaptureSession::keep(std::optional<CapturedFrame> frame) {
     const std::lock_guard lock(m_mutex);
     if (!frame) {
         ++m_progress.unusable;
         m_progress.problem = m_copier.lastProblem();
         m_progress.hopeless = m_copier.hopeless();
-        return;
+        return true;
     }
     m_progress.delivered = frame->delivered;
     m_progress.converted += frame->converted ? 1 : 0;
-    ++m_accepted;
+    ++m_progress.accepted;
+    if (!m_settings.handOver) {
+        return m_progress.accepted == m_settings.count;
+    }
     m_queue.push_back(std::move(*frame));
+    return true;
 }
 
 void CaptureSession::onCameraError(const std::string& message) {

@@ -26,6 +26,7 @@ namespace LumiqCam {
 
 // What the camera has reported so far.
 struct CaptureProgress {
+    std::uint64_t accepted = 0;   // Looked at, or taken for the output.
     std::uint64_t dropped = 0;    // Arrived while the queue was full.
     std::uint64_t unusable = 0;   // Arrived, but could not be used for the output.
     std::uint64_t converted = 0;  // The back end made 4:2:0 of them.
@@ -42,7 +43,8 @@ struct CameraError {
 };
 
 // onCameraFrame: capture thread; onCameraError: capture or bus thread; the rest: main thread. The
-// lock is never held while the camera or the output is used.
+// lock is never held while the camera or the output is used. Frames that are only looked at leave
+// the main thread asleep until there are as many as wanted.
 class CaptureSession final : public Nerio::Lumiq::CameraListener {
 public:
     CaptureSession(std::shared_ptr<Nerio::Lumiq::Camera> camera, const CaptureSettings& settings,
@@ -73,7 +75,8 @@ private:
     static constexpr std::size_t kQueueLength = 8;
 
     bool wantsFrame(const Nerio::Lumiq::GraphicBuffer& buffer);
-    void keep(std::optional<CapturedFrame> frame);
+    // True when the main thread has something to do about it.
+    bool keep(std::optional<CapturedFrame> frame);
 
     const std::shared_ptr<Nerio::Lumiq::Camera> m_camera;
     const CaptureSettings m_settings;
@@ -86,7 +89,6 @@ private:
     std::vector<CameraError> m_errors;
     StreamStatistics m_statistics;
     CaptureProgress m_progress;
-    std::uint64_t m_accepted = 0;
 };
 
 }  // namespace LumiqCam

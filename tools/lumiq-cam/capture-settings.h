@@ -14,7 +14,8 @@ namespace LumiqCam {
 struct CaptureSettings {
     OperatingPoint point;
     Take take = Take::Nothing;
-    std::uint64_t count = 0;  // Frames to keep; 0: all.
+    std::uint64_t count = 0;  // Frames to accept; 0: all.
+    bool handOver = true;     // To the main thread; else frames are only looked at.
 };
 
 }  // namespace LumiqCam

@@ -92,8 +92,8 @@ void copyChroma(const ChromaPlane& plane, const CapturedFrame& frame, std::uint8
 }
 
 void copyImage(const YCbCrFrame& image, bool interleaved, CapturedFrame& frame) {
-    frame.bytes.resize(frame.lumaSize() + 2 * frame.chromaSize());
-    std::uint8_t* out = frame.bytes.data();
+    std::vector<std::uint8_t> bytes(frame.lumaSize() + 2 * frame.chromaSize());
+    std::uint8_t* out = bytes.data();
     for (std::size_t row = 0; row < image.height; ++row, out += image.width) {
         std::memcpy(out, image.y + row * image.yStride, image.width);
     }
@@ -101,6 +101,14 @@ void copyImage(const YCbCrFrame& image, bool interleaved, CapturedFrame& frame) 
     copyChroma(chromaOf(image, image.cb), frame, out, step);
     copyChroma(chromaOf(image, image.cr), frame, interleaved ? out + 1 : out + frame.chromaSize(),
                step);
+    frame.own(std::move(bytes));
+}
+
+// True when the record's own memory is laid out as I420 is written.
+bool isPacked(const YCbCrFrame& image, const CapturedFrame& frame) {
+    return image.chromaStep == 1 && image.yStride == image.width &&
+           image.cStride == frame.chromaWidth() && image.cb == image.y + frame.lumaSize() &&
+           image.cr == image.cb + frame.chromaSize();
 }
 
 }  // namespace
@@ -157,7 +165,7 @@ std::optional<CapturedFrame> FrameCopier::copyEncoded(const Frame& frame) {
         return std::nullopt;
     }
     if (m_take != Take::JpegPicture) {
-        copied.bytes.assign(used.begin(), used.end());
+        copied.own({used.begin(), used.end()});
         return copied;
     }
     if (!jpegLength(used)) {
@@ -165,7 +173,7 @@ std::optional<CapturedFrame> FrameCopier::copyEncoded(const Frame& frame) {
         return std::nullopt;
     }
     copied.content = FrameContent::Jpeg;
-    copied.bytes = withHuffmanTables(used);
+    copied.own(withHuffmanTables(used));
     return copied;
 }
 
@@ -184,13 +192,15 @@ std::optional<CapturedFrame> FrameCopier::copyPlanes(GraphicBuffer& buffer, cons
     copied.delivered = frame.format;
     copied.width = frame.planes[0].width;
     copied.height = frame.planes[0].height;
+    std::vector<std::uint8_t> bytes;
     std::size_t index = 0;
     for (const FramePlane& plane : frame.planes) {
         if (plane.data != nullptr) {
-            appendPlane(plane, rowBytes(frame.format, plane, index), copied.bytes);
+            appendPlane(plane, rowBytes(frame.format, plane, index), bytes);
         }
         ++index;
     }
+    copied.own(std::move(bytes));
     return copied;
 }
 
@@ -211,7 +221,13 @@ std::optional<CapturedFrame> FrameCopier::convert(GraphicBuffer& buffer, PixelFo
     copied.height = image->height;
     copied.fullRange = isJpeg(delivered);
     copied.converted = !is420(delivered);
-    copyImage(*image, m_take == Take::NV12, copied);
+    // A converted image is the record's own and outlives the driver's buffer.
+    if (copied.converted && m_take != Take::NV12 && isPacked(*image, copied)) {
+        copied.bytes = {image->y, copied.lumaSize() + 2 * copied.chromaSize()};
+        copied.memory = image;
+    } else {
+        copyImage(*image, m_take == Take::NV12, copied);
+    }
     return copied;
 }
 

@@ -75,7 +75,7 @@ void OutputFile::open(const std::string& path) {
     if (m_fd < 0 || fstat(m_fd, &status) != 0) {
         fail("cannot write");
     }
-    m_regularFile = S_ISREG(status.st_mode);
+    m_hasReader = S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || isatty(m_fd) != 0;
 }
 
 // Pipes and terminals take as much as their reader reads. After this returned a pipe takes PIPE_BUF
@@ -94,7 +94,7 @@ void OutputFile::waitUntilWritable() const {
 void OutputFile::write(ByteSpan bytes) {
     while (!bytes.empty()) {
         std::size_t part = bytes.size();
-        if (!m_regularFile) {
+        if (m_hasReader) {
             waitUntilWritable();
             part = std::min<std::size_t>(part, PIPE_BUF);
         }
@@ -117,15 +117,13 @@ FrameWriter::FrameWriter(OutputTarget target, FrameRate rate)
     : m_target(std::move(target)), m_rate(rate) {}
 
 void FrameWriter::write(const CapturedFrame& frame) {
-    if (m_target.container != Container::None) {
-        if (!m_file.isOpen()) {
-            m_file.open(m_target.pathFor(m_frames + 1));
-            ++m_files;
-        }
-        writeContent(frame);
-        if (m_target.filePerFrame) {
-            m_file.close();
-        }
+    if (!m_file.isOpen()) {
+        m_file.open(m_target.pathFor(m_frames + 1));
+        ++m_files;
+    }
+    writeContent(frame);
+    if (m_target.filePerFrame) {
+        m_file.close();
     }
     ++m_frames;
 }

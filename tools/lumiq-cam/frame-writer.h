@@ -35,7 +35,7 @@ private:
     std::string m_path;
     int m_fd = -1;
     bool m_owned = false;
-    bool m_regularFile = false;
+    bool m_hasReader = false;  // Takes no more than somebody reads.
 };
 
 class FrameWriter {

@@ -45,7 +45,8 @@ The ending of --output chooses what is written:
   .jpg .jpeg     a picture; the camera's own JPEG where it delivers one
   .y4m           video, uncompressed 4:2:0, for players and encoders
   .yuv           raw bytes; asks for YUV420Planar unless --format is given
-  .mjpg .h264    raw bytes; asks for MJPG or H264 unless --format is given
+  .mjpg .mjpeg   raw bytes; asks for MJPG unless --format is given
+  .h264          raw bytes; asks for H264 unless --format is given
   anything else  raw bytes: the frame as the camera delivers it, or as 4:2:0
                  planes where --format is one of the 4:2:0 formats
 "-" is standard output (raw bytes unless --as says otherwise). A number pattern

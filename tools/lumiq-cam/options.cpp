@@ -63,8 +63,14 @@ void addCapture(CLI::App& app, Options& options, Written& written) {
     command->add_flag("--exact", options.wish.exact,
                       "Ask for size and rate as given instead of the closest the camera lists");
     addLimits(*command, options, written, "End after so many frames");
-    command->add_option("-o,--output", written.output, "File, pattern, or - for standard output")
-        ->type_name("FILE");
+    auto* const output =
+        command
+            ->add_option("-o,--output", written.output, "File, pattern, or - for standard output")
+            ->type_name("FILE");
+    command
+        ->add_flag("--convert", options.convert,
+                   "Convert each frame to 4:2:0, to measure that; nothing is written")
+        ->excludes(output);
     command->add_option("--as", written.as, "png, jpg, y4m or raw, whatever the file's ending")
         ->type_name("KIND");
     command->add_option("-t,--timeout", written.timeout, "Give up when no frame comes for so long")

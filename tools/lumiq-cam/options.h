@@ -34,6 +34,7 @@ struct Options {
     std::string camera;
     Wish wish;
     OutputTarget output;
+    bool convert = false;                   // Also where nothing is written.
     std::uint64_t count = 0;                // 0: no limit.
     std::chrono::milliseconds duration{0};  // 0: no limit.
     std::chrono::milliseconds timeout{0};

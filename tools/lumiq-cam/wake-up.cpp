@@ -55,14 +55,15 @@ void WakeUp::notify() const noexcept {
     [[maybe_unused]] const ssize_t written = write(m_fd, &one, sizeof one);
 }
 
-void WakeUp::wait(std::chrono::milliseconds limit) const {
+bool WakeUp::wait(std::chrono::milliseconds limit) const {
     const auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
     const auto timeout = std::clamp(limit, std::chrono::milliseconds(0), longest);
     pollfd item{m_fd, POLLIN, 0};
-    if (poll(&item, 1, static_cast<int>(timeout.count())) > 0) {
-        std::uint64_t count = 0;
-        [[maybe_unused]] const ssize_t got = read(m_fd, &count, sizeof count);
+    if (poll(&item, 1, static_cast<int>(timeout.count())) <= 0) {
+        return false;
     }
+    std::uint64_t count = 0;
+    return read(m_fd, &count, sizeof count) == sizeof count;
 }
 
 StopSignals::StopSignals(const WakeUp& wakeUp) {

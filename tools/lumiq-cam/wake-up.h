@@ -21,9 +21,9 @@ public:
     ~WakeUp();
 
     void notify() const noexcept;
-    // Returns when somebody has called notify since the last wait, when a signal was handled, or
-    // when the time is over.
-    void wait(std::chrono::milliseconds limit) const;
+    // Returns when somebody has called notify since the last wait (true), when a signal was
+    // handled, or when the time is over.
+    bool wait(std::chrono::milliseconds limit) const;
 
 private:
     int m_fd;

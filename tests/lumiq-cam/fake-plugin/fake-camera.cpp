@@ -43,7 +43,11 @@ private:
     PictureSize m_size;
     std::uint32_t m_number;
     std::vector<std::uint8_t> m_memory;
-    std::vector<std::uint8_t> m_image;
+};
+
+// A converted image, which outlives the buffer.
+struct FakeImage : YCbCrFrame {
+    std::vector<std::uint8_t> pixels;
 };
 
 std::shared_ptr<Frame> FakeBuffer::mapFrame() {
@@ -80,7 +84,7 @@ std::shared_ptr<YCbCrFrame> FakeBuffer::mapYCbCr() {
         m_script.delivers == PixelFormat::Invalid) {
         return {};
     }
-    auto image = std::make_shared<YCbCrFrame>();
+    auto image = std::make_shared<FakeImage>();
     image->width = width;
     image->height = height;
     image->yStride = width;
@@ -94,8 +98,12 @@ std::shared_ptr<YCbCrFrame> FakeBuffer::mapYCbCr() {
         image->chromaStep = 2;
         return image;
     }
-    m_image = planarImage(m_size, m_number, m_script.delivers == PixelFormat::MJPG);
-    image->y = m_image.data();
+    if (m_script.delivers == PixelFormat::YUV420Planar) {
+        image->y = m_memory.data();
+    } else {
+        image->pixels = planarImage(m_size, m_number, m_script.delivers == PixelFormat::MJPG);
+        image->y = image->pixels.data();
+    }
     image->cb = image->y + luma;
     image->cr = image->cb + luma / 4;
     image->cStride = static_cast<std::uint16_t>(width / 2);
