@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # What the scripts ask of the machine they run on: which Debian, which mirror, who may install.
-# Sourced by scripts/bootstrap and scripts/fresh-root; defines functions and runs nothing.
+# Sourced by everything in scripts/ that says die, and by run-guest; defines functions and runs nothing.
 
 # Ends the script with a message for its user.
 die() {
