@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Work done in named stages: one line each on the screen with duration and result, everything else
-# in a log of its own. Sourced by scripts/test, scripts/lint and scripts/demo after machine.bash.
+# in a log of its own. Sourced by scripts that have stages, after machine.bash.
 
 # Set by the sourcing script before the first stage.
 : "${logs:?the folder for the logs}"

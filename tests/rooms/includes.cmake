@@ -31,6 +31,10 @@ set(plugins/v4l2-camera/frame-conversion.cpp_others "<libyuv[.]h>")
 
 set(simulator_folders simulator)
 set(simulator_others "${libc}|${kernel}|${json}|<jpeglib[.]h>")
+foreach(file control-endpoint descriptors payload-cutter streaming-descriptors)
+  set(simulator/usb-camera/${file}.cpp_others "<linux/usb/(ch9|video)[.]h>")
+endforeach()
+set(simulator/usb-camera/options.cpp_others "<CLI/CLI[.]hpp>")
 
 # Of the simulator the service sees the one header that describes and makes cameras.
 set(services/gatehold_folders services/gatehold)

@@ -16,8 +16,8 @@ function(run result)
   set(${result} "${output}" PARENT_SCOPE)
 endfunction()
 
-# The entry points must be there; of the classes that host and plug-in share, what describes them to
-# the run-time may be there.
+# The entry points must be there, and the type information of the classes that host and plug-in share;
+# what else describes those to the run-time may be there.
 set(required
   "LumiqModule"
   "Nerio::Lumiq::LogInit()"
@@ -37,6 +37,13 @@ foreach(symbol IN LISTS required)
   if(NOT symbol IN_LIST exported)
     message(SEND_ERROR "${symbol} is not exported")
   endif()
+endforeach()
+foreach(class IN ITEMS Module CameraManager Camera GraphicBuffer)
+  foreach(what IN ITEMS "typeinfo" "typeinfo name")
+    if(NOT "${what} for Nerio::Lumiq::${class}" IN_LIST exported)
+      message(SEND_ERROR "${what} for ${class} is not exported: a host's dynamic_cast may fail")
+    endif()
+  endforeach()
 endforeach()
 list(REMOVE_ITEM exported ${required})
 foreach(symbol IN LISTS exported)
