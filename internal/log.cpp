@@ -99,8 +99,9 @@ LogMessage::~LogMessage() {
             amongLibraries = std::unique_lock(buffer->messageMutex());
         }
         std::clog << m_level << text << std::endl;
-    } catch (const std::ios_base::failure&) {
-        // A host may have asked std::clog to throw; a line that cannot be written must not end it.
+    } catch (const std::exception&) {
+        // A host may have asked std::clog to throw, and it throws what its buffer did; a line that
+        // cannot be written must not end the host.
     }
 }
 

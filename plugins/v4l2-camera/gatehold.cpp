@@ -137,9 +137,9 @@ bool Gatehold::init() {
     if (m_initialized) {
         return true;
     }
+    const std::shared_ptr<sdbus::IConnection> fresh = sdbus::createSystemBusConnection();
     // What an earlier attempt left goes first: a proxy must not outlive its connection.
     m_objectManager.reset();
-    const std::shared_ptr<sdbus::IConnection> fresh = sdbus::createSystemBusConnection();
     {
         const Internal::MutexLock lock(m_connectionMutex);
         m_connection = fresh;

@@ -16,15 +16,15 @@ using Internal::MutexLock;
 
 namespace {
 
-void widenByIntervals(const V4L2Device& device, CameraCapabilityRanges& ranges,
-                      std::uint32_t fourcc, std::uint32_t width, std::uint32_t height) {
+void queryFrameIntervals(const V4L2Device& device, CameraCapabilityRanges& ranges,
+                         std::uint32_t fourcc, std::uint32_t width, std::uint32_t height) {
     for (const v4l2_frmivalenum& interval : device.frameIntervals(fourcc, width, height)) {
         widenByInterval(ranges, interval);
     }
 }
 
-FrameRate closestRate(const V4L2Device& device, std::uint32_t fourcc,
-                      const CameraCapabilityEx& size, const FrameRate& wish) {
+FrameRate findClosestFps(const V4L2Device& device, std::uint32_t fourcc,
+                         const CameraCapabilityEx& size, const FrameRate& wish) {
     RateChoice choice(wish);
     for (const v4l2_frmivalenum& interval :
          device.frameIntervals(fourcc, size.width, size.height)) {
@@ -169,7 +169,7 @@ bool V4L2Camera::queryCapabilityRanges(PixelFormat format, CameraCapabilityRange
         for (const v4l2_frmsizeenum& size : device.frameSizes(fourcc)) {
             widenBySize(found, size);
             for (const auto& [width, height] : boundsOf(size)) {
-                widenByIntervals(device, found, fourcc, width, height);
+                queryFrameIntervals(device, found, fourcc, width, height);
             }
         }
     });
@@ -212,7 +212,7 @@ bool V4L2Camera::findClosestCapabilitySizeFps(PixelFormat format, const CameraCa
             sizes.consider(size);
         }
         candidate = sizes.size();
-        candidate.fps = closestRate(device, fourcc, candidate, desired.fps);
+        candidate.fps = findClosestFps(device, fourcc, candidate, desired.fps);
     });
     if (!asked || !isUsable(candidate)) {
         return false;

@@ -14,6 +14,7 @@
 #include <locale>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -131,6 +132,24 @@ TEST_F(ALogLine, HasPlainNumbersWhateverTheHostsLocale) {
     std::locale::global(before);
     EXPECT_EQ(text(), lineOf("freeBuffers", line, "munmap failed: Invalid argument(22)") +
                           lineOf("f", 100123, "1234567 Unknown error 12345(12345)"));
+}
+
+// A buffer that cannot take anything.
+class FullBuffer : public std::streambuf {
+    int_type overflow(int_type /*character*/) override { throw std::length_error("full"); }
+};
+
+TEST_F(ALogLine, ThatCannotBeWrittenDoesNotEndAHostWhoseLogThrows) {
+    FullBuffer full;
+    std::streambuf* const before = std::clog.rdbuf(&full);
+    std::clog.exceptions(std::ios_base::badbit);
+    freeBuffers();
+    EXPECT_TRUE(std::clog.bad());
+    std::clog.exceptions(std::ios_base::goodbit);
+    std::clog.clear();
+    std::clog.rdbuf(before);
+    const int line = freeBuffers();
+    EXPECT_EQ(text(), lineOf("freeBuffers", line, "munmap failed: Invalid argument(22)"));
 }
 
 TEST_F(ALogLine, IsNotLostWhenAnAssertionFails) {

@@ -16,8 +16,8 @@
 
 namespace Nerio::Lumiq::Internal {
 
-/// A back end derives from it and supplies the encoding. Its settings go into m_parameters, which
-/// the three operations on settings ask.
+/// A back end derives from it and supplies the encoding and the three operations on settings, which
+/// pass on to m_parameters what is in there.
 class BaseVideoEncoder : public VideoEncoder {
 public:
     /// An instance of `desc` that was taken from `manager`, which must outlive the encoder; nullptr
