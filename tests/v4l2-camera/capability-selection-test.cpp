@@ -130,6 +130,10 @@ TEST(ASizeChoice, TakesOneStepOfARangeFromZeroForTheUpperHalfOfTheFirstStep) {
     EXPECT_THAT(sizeFor(99, 39, true, {range}), IsSize(100, 40));
     EXPECT_THAT(sizeFor(100, 40, true, {range}), IsSize(0, 0));
     EXPECT_THAT(sizeFor(160, 60, true, {range}), IsSize(0, 0));
+    // Half of an odd step is rounded down.
+    const auto odd = stepwiseSizes({0, 1000, 15, 0, 1000, 1});
+    EXPECT_THAT(sizeFor(6, 0, true, {odd}), IsSize(0, 1));
+    EXPECT_THAT(sizeFor(7, 0, true, {odd}), IsSize(15, 1));
     // A range that begins above zero has no such step.
     EXPECT_THAT(sizeFor(60, 60, true, {stepwiseSizes({10, 1000, 100, 10, 1000, 100})}),
                 IsSize(0, 0));

@@ -7,6 +7,9 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <tuple>
 
 #include "capture-fixture.h"
 
@@ -65,15 +68,32 @@ INSTANTIATE_TEST_SUITE_P(Asked, ARefusedRate,
 struct Refusal {
     const char* name;
     const char* call;
-    int first;  ///< Which call of it fails, and all after it.
-    const char* line;
+    int first;         ///< Which call of it fails, and all after it.
+    const char* line;  ///< With TEXT and NUMBER in place of the error's.
     std::size_t mappingsLeft;
 };
+struct Errno {
+    const char* name;
+    int number;
+};
 
-class ARefusedStart : public ACameraThatRefuses, public ::testing::WithParamInterface<Refusal> {};
+class ARefusedStart : public ACameraThatRefuses,
+                      public ::testing::WithParamInterface<std::tuple<Refusal, Errno>> {
+protected:
+    const Refusal refusal = std::get<0>(GetParam());
+    const Errno error = std::get<1>(GetParam());
+
+    [[nodiscard]] std::string line() const {
+        std::string text = refusal.line;
+        if (const auto at = text.find("TEXT"); at != std::string::npos) {
+            text.replace(at, 4, std::strerror(error.number));
+        }
+        return text.replace(text.find("NUMBER"), 6, std::to_string(error.number));
+    }
+};
 
 TEST_P(ARefusedStart, SaysWhyOnceAndLeavesWhatIsMapped) {
-    const auto camera = plugAndOpen(failing(GetParam().call, "EPERM", GetParam().first));
+    const auto camera = plugAndOpen(failing(refusal.call, error.name, refusal.first));
     log.clear();
     EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
     EXPECT_FALSE(camera->captureStarted());
@@ -82,8 +102,8 @@ TEST_P(ARefusedStart, SaysWhyOnceAndLeavesWhatIsMapped) {
         return each.find("fail") == std::string::npos && each.find("error") == std::string::npos &&
                each.find("Failed") == std::string::npos;
     });
-    EXPECT_THAT(errors, ElementsAre(GetParam().line));
-    EXPECT_EQ(Simulator::liveCount().mappings, GetParam().mappingsLeft);
+    EXPECT_THAT(errors, ElementsAre(line()));
+    EXPECT_EQ(Simulator::liveCount().mappings, refusal.mappingsLeft);
     EXPECT_EQ(device().openHandles(), 1U) << "the device stays open for the next start";
 
     // A stop has nothing to stop, and the camera's end lets go of everything.
@@ -93,7 +113,7 @@ TEST_P(ARefusedStart, SaysWhyOnceAndLeavesWhatIsMapped) {
 }
 
 TEST_P(ARefusedStart, LeavesNothingBehindWhenTheCameraGoes) {
-    auto camera = plugAndOpen(failing(GetParam().call, "EPERM", GetParam().first));
+    auto camera = plugAndOpen(failing(refusal.call, error.name, refusal.first));
     EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
     EXPECT_FALSE(camera->startCapture(vga, PixelFormat::YUYV));
     EXPECT_EQ(service->openCalls(path(onlyCamera)), 1) << "the next start uses the open device";
@@ -104,18 +124,24 @@ TEST_P(ARefusedStart, LeavesNothingBehindWhenTheCameraGoes) {
 
 INSTANTIATE_TEST_SUITE_P(
     At, ARefusedStart,
-    ::testing::Values(
-        Refusal{"SFmt", "VIDIOC_S_FMT", 1, "startCapture: VIDIOC_S_FMT error: 1", 0},
-        Refusal{"ReqBufs", "VIDIOC_REQBUFS", 1,
-                "allocBuffers: VIDIOC_REQBUFS failed: Operation not permitted(1)", 0},
-        Refusal{"QueryBuf", "VIDIOC_QUERYBUF", 3,
-                "allocBuffers: VIDIOC_QUERYBUF failed: Operation not permitted(1)", 2},
-        Refusal{"Mmap", "mmap", 3, "allocBuffers: mmap failed: Operation not permitted(1)", 0},
-        Refusal{"QBuf", "VIDIOC_QBUF", 3,
-                "allocBuffers: VIDIOC_QBUF failed: Operation not permitted(1)", 3},
-        Refusal{"StreamOn", "VIDIOC_STREAMON", 1,
-                "startCapture: Failed to turn on a stream: Operation not permitted (1)", 0}),
-    [](const auto& test) { return test.param.name; });
+    ::testing::Combine(
+        ::testing::Values(
+            Refusal{"SFmt", "VIDIOC_S_FMT", 1, "startCapture: VIDIOC_S_FMT error: NUMBER", 0},
+            Refusal{"ReqBufs", "VIDIOC_REQBUFS", 1,
+                    "allocBuffers: VIDIOC_REQBUFS failed: TEXT(NUMBER)", 0},
+            Refusal{"QueryBuf", "VIDIOC_QUERYBUF", 3,
+                    "allocBuffers: VIDIOC_QUERYBUF failed: TEXT(NUMBER)", 2},
+            Refusal{"Mmap", "mmap", 3, "allocBuffers: mmap failed: TEXT(NUMBER)", 0},
+            Refusal{"QBuf", "VIDIOC_QBUF", 3, "allocBuffers: VIDIOC_QBUF failed: TEXT(NUMBER)", 3},
+            Refusal{"StreamOn", "VIDIOC_STREAMON", 1,
+                    "startCapture: Failed to turn on a stream: TEXT (NUMBER)", 0}),
+        ::testing::Values(Errno{"EPERM", EPERM}, Errno{"EINVAL", EINVAL}, Errno{"EBUSY", EBUSY},
+                          Errno{"EIO", EIO}, Errno{"ENODEV", ENODEV}, Errno{"ENOTTY", ENOTTY},
+                          Errno{"EAGAIN", EAGAIN}, Errno{"ENOMEM", ENOMEM},
+                          Errno{"ENOSPC", ENOSPC})),
+    [](const auto& test) {
+        return std::string(std::get<0>(test.param).name) + "By" + std::get<1>(test.param).name;
+    });
 
 struct LateRefusal {
     const char* name;

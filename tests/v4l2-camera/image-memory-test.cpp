@@ -121,6 +121,9 @@ struct Size {
     std::uint16_t width;
     std::uint16_t height;
 };
+std::string nameOfSize(const ::testing::TestParamInfo<Size>& test) {
+    return std::to_string(test.param.width) + "x" + std::to_string(test.param.height);
+}
 class APackedImage : public ::testing::TestWithParam<Size> {};
 
 TEST_P(APackedImage, IsConvertedSampleBySample) {
@@ -146,10 +149,29 @@ TEST_P(APackedImage, IsConvertedSampleBySample) {
 INSTANTIATE_TEST_SUITE_P(OfSize, APackedImage,
                          ::testing::Values(Size{160, 120}, Size{161, 120}, Size{160, 121},
                                            Size{161, 121}, Size{3, 3}, Size{1, 1}),
-                         [](const auto& test) {
-                             return std::to_string(test.param.width) + "x" +
-                                    std::to_string(test.param.height);
-                         });
+                         nameOfSize);
+
+class ASemiPlanarImage : public ::testing::TestWithParam<Size> {};
+
+TEST_P(ASemiPlanarImage, HasItsChromaSamplesInPairsBehindTheLuma) {
+    const auto [width, height] = GetParam();
+    V4L2CameraYCbCrFrame image(nullptr, {fourccOf(PixelFormat::NV12), width, height}, 1);
+    image.initSemiPlanar();
+    ASSERT_NE(image.y, nullptr);
+    EXPECT_EQ(image.y, image.pixels());
+    EXPECT_EQ(image.cb - image.y, width * height);
+    EXPECT_EQ(image.cr - image.cb, 1);
+    EXPECT_EQ(image.yStride, width);
+    EXPECT_EQ(image.cStride, width);
+    EXPECT_EQ(image.chromaStep, 2);
+    // The last sample is within the memory; AddressSanitizer would tell.
+    const std::size_t lastRow = (height + 1U) / 2U - 1;
+    const std::size_t lastColumn = (width + 1U) / 2U - 1;
+    const_cast<std::uint8_t*>(image.cr)[lastRow * width + lastColumn * 2] = 1;
+}
+
+INSTANTIATE_TEST_SUITE_P(OfSize, ASemiPlanarImage,
+                         ::testing::Values(Size{160, 120}, Size{161, 121}), nameOfSize);
 
 class AnImageWithoutMemory : public ::testing::Test {
 protected:

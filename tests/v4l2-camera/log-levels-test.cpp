@@ -24,6 +24,7 @@ using Nerio::Lumiq::syslogRecords;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 using TestSupport::CaptureFixture;
 using TestSupport::RecordingCameraListener;
@@ -209,6 +210,20 @@ TEST_F(TheLog, OfACameraThatCannotBeOpenedIsAnError) {
     EXPECT_FALSE(start(PixelFormat::YUYV));
     EXPECT_THAT(lines(LOG_ERR), ElementsAre(StartsWith("Can't open a camera: ")));
     EXPECT_THAT(lines(LOG_DEBUG), IsEmpty());
+}
+
+TEST_F(TheLog, OfCamerasThatDoNotFitAndOfAServiceThatLiesIsAnError) {
+    TestSupport::ServiceObject unfit;
+    unfit.capabilities = 0;
+    service->add(path("a"), unfit);
+    TestSupport::ServiceObject liar;
+    liar.capabilitiesAreText = true;
+    service->add(path("b"), liar);
+    switchOver();
+    EXPECT_FALSE(manager.init());
+    EXPECT_THAT(lines(LOG_ERR), ElementsAre("queryCameraInfo failed",
+                                            MatchesRegex("Can't init gatehold: .+ / .+")));
+    EXPECT_EQ(linesOfOtherPriorities(), 0U);
 }
 
 TEST_F(TheLog, WithoutDebuggingHasTheErrorsOnly) {
