@@ -9,31 +9,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 
 #include "control-socket.h"
+#include "wait-until.h"
 
 namespace DriverTruth {
 namespace {
-
-constexpr std::chrono::seconds patience{30};
-
-template <typename Condition>
-bool eventually(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 /// "nodrop=0"
 void setParameter(const std::string& assignment) {
@@ -89,7 +74,7 @@ void UsbWorld::clearFaults() {
 }
 
 void UsbWorld::tell(const std::string& command) const {
-    const std::string answer = UsbCamera::tellCamera(m_socket, command, patience);
+    const std::string answer = UsbCamera::tellCamera(m_socket, command, TestSupport::waitLimit);
     if (answer != "ok") {
         throw std::runtime_error(answer);
     }
@@ -99,7 +84,8 @@ void UsbWorld::tell(const std::string& command) const {
 /// starts and nobody listens.
 bool UsbWorld::findNode() {
     try {
-        const std::string status = UsbCamera::tellCamera(m_socket, "status", patience);
+        const std::string status =
+            UsbCamera::tellCamera(m_socket, "status", TestSupport::waitLimit);
         const std::size_t at = status.find("/dev/");
         m_node = at == std::string::npos ? "" : status.substr(at, status.find(' ', at) - at);
     } catch (const std::system_error&) {
@@ -109,14 +95,14 @@ bool UsbWorld::findNode() {
 }
 
 void UsbWorld::waitForNode() {
-    if (!eventually([this] { return findNode() || !m_camera->running(); }) ||
+    if (!TestSupport::waitUntil([this] { return findNode() || !m_camera->running(); }) ||
         !m_camera->running()) {
         throw std::runtime_error("no node for the camera: " + m_camera->standardError());
     }
 }
 
 bool UsbWorld::waitUntilGone() const {
-    return eventually([this] { return !std::filesystem::exists(m_node); });
+    return TestSupport::waitUntil([this] { return !std::filesystem::exists(m_node); });
 }
 
 }  // namespace DriverTruth

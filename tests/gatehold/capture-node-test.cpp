@@ -17,6 +17,7 @@
 #include <system_error>
 
 #include "real-nodes.h"
+#include "temporary-folder.h"
 
 namespace GateholdService {
 namespace {
@@ -54,19 +55,16 @@ TEST(AVideoNode, DoesNotCountWhenItGivesNoPicturesByItself) {
 
 class AFolderOfNodes : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string name = (std::filesystem::temp_directory_path() / "lumiq-nodes-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-    }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
     std::string put(const std::string& name, const std::string& text = {}) const {
         std::ofstream(folder / name) << text;
         return (folder / name).string();
     }
 
-    std::filesystem::path folder;
+private:
+    const TestSupport::TemporaryFolder m_made{"nodes"};
+
+protected:
+    const std::filesystem::path folder = m_made.path();
 };
 
 TEST_F(AFolderOfNodes, ShowsTheVideoNodesByTheirNames) {

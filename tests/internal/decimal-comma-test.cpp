@@ -14,6 +14,7 @@
 
 #include "lumiq/internal/number-parameters.h"
 #include "own-process.h"
+#include "temporary-folder.h"
 
 namespace Nerio::Lumiq::Internal {
 namespace {
@@ -31,9 +32,6 @@ END LC_NUMERIC
 class WithADecimalComma : public testing::Test {
 protected:
     void SetUp() override {
-        std::string name = (std::filesystem::temp_directory_path() / "lumiq-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
         std::ofstream(folder / "source") << source;
         // Its result is not zero on account of the categories that are missing.
         const std::string command = "localedef --quiet --force -i " + (folder / "source").string() +
@@ -45,15 +43,17 @@ protected:
         }
     }
 
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
     void switchLocale() const {
         setenv("LOCPATH", folder.c_str(), 1);
         ASSERT_NE(std::setlocale(LC_NUMERIC, "comma"), nullptr);
         ASSERT_STREQ(std::localeconv()->decimal_point, ",");
     }
 
-    std::filesystem::path folder;
+private:
+    const TestSupport::TemporaryFolder m_made{"locale"};
+
+protected:
+    const std::filesystem::path folder = m_made.path();
 };
 
 TEST_F(WithADecimalComma, AFloatParameterReadsTheComma) {

@@ -5,7 +5,6 @@
 #include "tool-run.h"
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -13,7 +12,8 @@
 #include <functional>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
+
+#include "wait-until.h"
 
 namespace ToolTest {
 namespace {
@@ -21,17 +21,9 @@ namespace {
 using TestSupport::ChildProcess;
 
 bool waitFor(ChildProcess& process, const std::function<bool()>& there) {
-    const auto deadline = std::chrono::steady_clock::now() + TestSupport::kGenerousLimit;
-    while (!there()) {
-        if (!process.running()) {
-            return there();
-        }
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return TestSupport::waitUntil([&] { return there() || !process.running(); },
+                                  TestSupport::kGenerousLimit) &&
+           there();
 }
 
 }  // namespace
@@ -83,22 +75,9 @@ bool waitForError(ChildProcess& process, const std::string& text) {
                    [&] { return process.standardError().find(text) != std::string::npos; });
 }
 
-Folder::Folder() {
-    std::string name = std::filesystem::temp_directory_path() / "lumiq-cam-test-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot make a folder");
-    }
-    m_path = name;
-}
-
-Folder::~Folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
 std::vector<std::string> Folder::names() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.path())) {
         names.push_back(entry.path().filename());
     }
     std::sort(names.begin(), names.end());

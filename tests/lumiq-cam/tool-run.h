@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "child-process.h"
+#include "temporary-folder.h"
 
 namespace ToolTest {
 
@@ -43,17 +44,12 @@ bool waitForError(TestSupport::ChildProcess& process, const std::string& text);
 // A folder that is removed with everything in it.
 class Folder {
 public:
-    Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder();
-
-    std::string path(const std::string& name) const { return m_path + "/" + name; }
+    std::string path(const std::string& name) const { return m_folder.path() / name; }
     // The names in it, sorted.
     std::vector<std::string> names() const;
 
 private:
-    std::string m_path;
+    TestSupport::TemporaryFolder m_folder{"cam"};
 };
 
 std::string readFile(const std::string& path);

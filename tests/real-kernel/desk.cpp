@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "eventually.h"
 #include "gatehold-process.h"
+#include "wait-until.h"
 
 namespace RealKernel {
 
@@ -39,7 +39,7 @@ void CameraSet::cameraRemoved(const std::string& id) {
 template <typename Condition>
 bool CameraSet::waitFor(Condition condition) {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, kLimit, condition);
+    return m_changed.wait_for(lock, TestSupport::waitLimit, condition);
 }
 
 bool CameraSet::waitUntilThere(const std::string& id) {

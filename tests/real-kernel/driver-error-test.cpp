@@ -11,9 +11,9 @@
 #include <set>
 
 #include "desk.h"
-#include "eventually.h"
 #include "kernel-answers.h"
 #include "kernel-trace.h"
+#include "wait-until.h"
 
 namespace {
 
@@ -55,7 +55,7 @@ TEST_F(ADriver, CanFlagAFrameAsDamagedAndTheHostGetsItAndTheNextOnes) {
     ASSERT_TRUE(opened->startCapture(kVga, PixelFormat::YUYV));
     for (std::size_t flagged = 1; flagged <= 3; ++flagged) {
         setControls(camera.node(), "inject_v4l2_buf_flag_error=1");
-        EXPECT_TRUE(eventually([&] { return trace.flaggedFrames() == flagged; }));
+        EXPECT_TRUE(TestSupport::waitUntil([&] { return trace.flaggedFrames() == flagged; }));
     }
     EXPECT_TRUE(seen.waitForFrames(seen.frameCount() + 5));
     EXPECT_TRUE(opened->stopCapture());

@@ -6,8 +6,8 @@
 #include <filesystem>
 
 #include "desk.h"
-#include "eventually.h"
 #include "kernel-answers.h"
+#include "wait-until.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ TEST_P(AWorkingDay, HasManyStartsAndStopsAndNothingIsLeftOfThem) {
         }
     }
     EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
-    EXPECT_TRUE(eventually([&] { return entriesIn("/proc/self/task") == threads; }));
+    EXPECT_TRUE(TestSupport::waitUntil([&] { return entriesIn("/proc/self/task") == threads; }));
 }
 
 TEST_P(AWorkingDay, GoesOnWhileTheServiceIsKilledAndStartedAgain) {
@@ -68,7 +68,7 @@ TEST_P(AWorkingDay, GoesOnWhileTheServiceIsKilledAndStartedAgain) {
     streams(camera);
 }
 
-INSTANTIATE_TEST_SUITE_P(Vivid, AWorkingDay, ::testing::Values(Worker{vividWebcam, 50}));
+INSTANTIATE_TEST_SUITE_P(Vivid, AWorkingDay, ::testing::Values(Worker{vividWebcam, 200}));
 INSTANTIATE_TEST_SUITE_P(Usb, AWorkingDay, ::testing::Values(Worker{isochronousCamera, 200}));
 
 class TwoCameras : public AtTheDesk {

@@ -65,7 +65,7 @@ modules_of() {
 # Debian 13's modules are compressed; modprobe in the guest would unpack each at every boot.
 unpack_modules() {
     local folder=$1
-    find "$folder" -name '*.ko.xz' -print0 | xargs -0 -r -n 64 -P "$(nproc)" unxz || return
+    find "$folder" -name '*.ko.xz' -print0 | xargs -0 -r -n 64 -P "$(nproc)" unxz --force
 }
 
 # The initial file system: busybox, the wanted modules, and boot-init.
@@ -80,14 +80,14 @@ make_initrd() {
     mkdir -p "$part"/{bin,proc,sys,dev,newroot}
     cp "$guest_tree/usr/bin/busybox" "$part/bin/" || return
     while read -r file; do
-        install -D -m 644 "$file" "$part/usr/${file#"$tree/"}"
+        install -D -m 644 "$file" "$part/usr/${file#"$tree/"}" || return
     done < <(awk '$1 == "insmod" && !seen[$2]++ { print $2 }' <<<"$modules")
     ln -s usr/lib "$part/lib"
     cp "$tree/lib/modules/$version/modules.builtin" "$tree/lib/modules/$version/modules.order" \
         "$tree/lib/modules/$version/modules.builtin.modinfo" \
-        "$part/lib/modules/$version/"
+        "$part/lib/modules/$version/" || return
     depmod -b "$part" "$version" || return
-    install -m 755 "$root/tests/real-kernel/boot-init" "$part/init"
+    install -m 755 "$root/tests/real-kernel/boot-init" "$part/init" || return
     (cd "$part" && find . | cpio --quiet -o -H newc --owner 0:0) >"$initrd.part" || return
     mv "$initrd.part" "$initrd"
     rm -rf "$part"

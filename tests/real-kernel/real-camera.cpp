@@ -15,8 +15,8 @@
 #include <system_error>
 
 #include "control-socket.h"
-#include "eventually.h"
 #include "kernel-answers.h"
+#include "wait-until.h"
 
 namespace RealKernel {
 namespace {
@@ -111,7 +111,7 @@ UsbCamera::UsbCamera(UsbKind kind)
 UsbCamera::~UsbCamera() {
     m_process.signal(SIGTERM);
     m_process.wait();
-    if (!eventually([this] { return !std::filesystem::exists(m_node); })) {
+    if (!TestSupport::waitUntil([this] { return !std::filesystem::exists(m_node); })) {
         std::cerr << m_node << " outlives its camera\n";
     }
 }
@@ -130,13 +130,14 @@ bool UsbCamera::hasNode() {
 }
 
 void UsbCamera::waitForNode() {
-    if (!eventually([this] { return hasNode() || !m_process.running(); }) || !m_process.running()) {
+    if (!TestSupport::waitUntil([this] { return hasNode() || !m_process.running(); }) ||
+        !m_process.running()) {
         throw std::runtime_error("no node for the USB camera: " + m_process.standardError());
     }
 }
 
 std::string UsbCamera::tell(const std::string& command) const {
-    const std::string answer = ::UsbCamera::tellCamera(m_socket, command, kLimit);
+    const std::string answer = ::UsbCamera::tellCamera(m_socket, command, TestSupport::waitLimit);
     if (answer.starts_with("error: ")) {
         throw std::runtime_error(command + ": " + answer);
     }
@@ -150,7 +151,7 @@ void UsbCamera::unplug() {
 
 void UsbCamera::pullAway() {
     writeTo(m_device + "/remove", "1");
-    if (!eventually([this] { return !std::filesystem::exists(m_device); })) {
+    if (!TestSupport::waitUntil([this] { return !std::filesystem::exists(m_device); })) {
         throw std::runtime_error(m_device + " cannot be removed");
     }
     unplug();

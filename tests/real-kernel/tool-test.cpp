@@ -11,11 +11,11 @@
 #include <optional>
 
 #include "desk.h"
-#include "eventually.h"
 #include "frame-number.h"
 #include "kernel-answers.h"
 #include "picture-file.h"
 #include "tool-run.h"
+#include "wait-until.h"
 
 namespace {
 
@@ -141,7 +141,7 @@ TEST_F(TheTool, EndsWithACodeOfItsOwnWhenTheCableIsPulled) {
     auto tool = ToolTest::startTool(
         {"capture", camera.id(), "--format", "YUYV", "--size", "320x240", "-o", file},
         {{"LUMIQ_PLUGIN", ""}});
-    ASSERT_TRUE(eventually([&] {
+    ASSERT_TRUE(TestSupport::waitUntil([&] {
         std::error_code none;
         const auto size = std::filesystem::file_size(file, none);
         return !none && size > 1'000'000;

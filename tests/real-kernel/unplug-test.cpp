@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "desk.h"
-#include "eventually.h"
+#include "wait-until.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 template <typename Operation>
 bool endsInTime(Operation operation) {
     auto result = std::async(std::launch::async, operation);
-    if (result.wait_for(kLimit) == std::future_status::timeout) {
+    if (result.wait_for(TestSupport::waitLimit) == std::future_status::timeout) {
         std::cerr << "hangs: giving up the whole run" << std::endl;
         std::_Exit(70);
     }
@@ -76,7 +76,7 @@ protected:
     /// Returns when no frame has come for far longer than one takes.
     void waitUntilNothingComes() {
         std::size_t seen = 0;
-        EXPECT_TRUE(eventually([&] {
+        EXPECT_TRUE(TestSupport::waitUntil([&] {
             const std::size_t before = std::exchange(seen, film.frameCount());
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
             return before == film.frameCount();

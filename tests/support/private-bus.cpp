@@ -6,13 +6,10 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace TestSupport {
@@ -25,43 +22,22 @@ constexpr const char* kEverythingAllowed = R"(  <policy context="default">
   </policy>
 )";
 
-std::string makeFolder() {
-    std::string folder = (std::filesystem::temp_directory_path() / "lumiq-bus-XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr) {
-        throw std::system_error(errno, std::generic_category(), "cannot make " + folder);
-    }
-    return folder;
-}
-
 }  // namespace
 
-PrivateBus::PrivateBus(PrivateBusOptions options)
-    : m_folder(makeFolder()), m_address("unix:path=" + m_folder + "/bus") {
-    try {
-        if (options.policies.empty()) {
-            options.policies = kEverythingAllowed;
-        }
-        writeConfiguration(options);
-        start();
-    } catch (...) {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
-        throw;
+PrivateBus::PrivateBus(PrivateBusOptions options) : m_address("unix:path=" + folder() + "/bus") {
+    if (options.policies.empty()) {
+        options.policies = kEverythingAllowed;
     }
-}
-
-PrivateBus::~PrivateBus() {
-    m_daemon.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(m_folder, ignored);
+    writeConfiguration(options);
+    start();
 }
 
 void PrivateBus::writeConfiguration(const PrivateBusOptions& options) const {
     if (options.reachableByOtherUsers) {
         // Enough to get at the socket by its name, which is all another user needs.
-        std::filesystem::permissions(m_folder, std::filesystem::perms(0711));
+        std::filesystem::permissions(m_folder.path(), std::filesystem::perms(0711));
     }
-    std::ofstream file(m_folder + "/bus.conf");
+    std::ofstream file(folder() + "/bus.conf");
     file << R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -72,7 +48,7 @@ void PrivateBus::writeConfiguration(const PrivateBusOptions& options) const {
                  : "")
          << options.policies << "</busconfig>\n";
     if (!file.flush()) {
-        throw std::runtime_error("cannot write " + m_folder + "/bus.conf");
+        throw std::runtime_error("cannot write " + folder() + "/bus.conf");
     }
 }
 
@@ -81,9 +57,9 @@ void PrivateBus::start() {
         return;
     }
     // A daemon that was killed leaves its socket behind and would refuse to bind it again.
-    std::filesystem::remove(m_folder + "/bus");
+    std::filesystem::remove(folder() + "/bus");
     ChildProcess daemon({"dbus-daemon", "--nofork", "--nopidfile", "--nosyslog",
-                         "--config-file=" + m_folder + "/bus.conf",
+                         "--config-file=" + folder() + "/bus.conf",
                          "--print-address=" + std::to_string(ChildProcess::readyDescriptor)});
     if (daemon.readyLine().empty()) {
         daemon.signal(SIGKILL);

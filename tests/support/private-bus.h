@@ -12,6 +12,7 @@
 #include <string>
 
 #include "child-process.h"
+#include "temporary-folder.h"
 
 namespace TestSupport {
 
@@ -30,13 +31,11 @@ public:
     explicit PrivateBus(PrivateBusOptions options = {});
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
-    // Stops the daemon and removes the folder.
-    ~PrivateBus();
 
     // What DBUS_SYSTEM_BUS_ADDRESS has to name; the same after a restart.
     const std::string& address() const { return m_address; }
     // The folder of socket and configuration; a test may leave files of its own in it.
-    const std::string& folder() const { return m_folder; }
+    const std::string& folder() const { return m_folder.path().native(); }
 
     // Ends the daemon: every connection is lost. Returns when it is gone; nothing if it is already.
     void stop();
@@ -46,7 +45,8 @@ public:
 private:
     void writeConfiguration(const PrivateBusOptions& options) const;
 
-    std::string m_folder;
+    // Goes last, when the daemon is gone.
+    const TemporaryFolder m_folder{"bus"};
     std::string m_address;
     std::optional<ChildProcess> m_daemon;
 };

@@ -204,7 +204,7 @@ TEST(ACommand, ThatCannotBeDoneSaysWhy) {
 }
 
 TEST(AControlSocket, IsTakenOverFromACameraThatDiedOnly) {
-    const TemporaryFolder folder;
+    const TestSupport::TemporaryFolder folder;
     const std::string path = folder.path() / "control";
     std::ofstream(path) << "not a socket";
     EXPECT_THROW(UsbCamera::ControlSocket{path}, std::system_error) << "a file of another kind";

@@ -22,6 +22,7 @@
 
 #include "camera.h"
 #include "kernel-end.h"
+#include "temporary-folder.h"
 
 namespace UsbCameraTest {
 
@@ -58,25 +59,6 @@ private:
     std::deque<Simulator::OwnedDescriptor> m_cables;
 };
 
-/// A folder that is gone afterwards.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string name = std::filesystem::temp_directory_path() / "usb-camera-XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        m_path = name;
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
-    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
-
 class RunningCamera {
 public:
     explicit RunningCamera(const std::string& json,
@@ -102,7 +84,7 @@ public:
     }
 
 private:
-    const TemporaryFolder m_folder;
+    const TestSupport::TemporaryFolder m_folder;
     const std::string m_socketPath;
     const UsbCamera::ControlSocket m_control;
     const Simulator::OwnedDescriptor m_stop;

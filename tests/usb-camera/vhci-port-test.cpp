@@ -44,7 +44,7 @@ protected:
     }
     [[nodiscard]] std::string root() const { return m_folder.path().string(); }
 
-    const TemporaryFolder m_folder;
+    const TestSupport::TemporaryFolder m_folder;
 };
 
 std::string complaint(UsbCamera::VhciPort& port) {

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -24,21 +23,9 @@
 #include "bus-fixture.h"
 #include "simulated-device.h"
 #include "simulator-trace.h"
+#include "wait-until.h"
 
 namespace TestSupport {
-
-/// True as soon as the condition holds; for conditions that nobody signals. False when the limit
-/// passed first.
-[[nodiscard]] inline bool waitUntil(const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + waitLimit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// True while the kernel has this thread of ours asleep (proc(5), /proc/pid/task/tid/stat).
 [[nodiscard]] inline bool isAsleep(pid_t thread) {

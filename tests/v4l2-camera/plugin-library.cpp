@@ -8,9 +8,10 @@
 #include <dlfcn.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+
+#include "temporary-folder.h"
 
 namespace TestSupport {
 namespace {
@@ -19,26 +20,12 @@ namespace {
 // then.
 class CopyFolder {
 public:
-    CopyFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "lumiq-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a temporary folder");
-        }
-        m_path = pattern;
-    }
-    CopyFolder(const CopyFolder&) = delete;
-    CopyFolder& operator=(const CopyFolder&) = delete;
-    ~CopyFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-
     std::filesystem::path next() {
-        return m_path / ("plugin-" + std::to_string(m_count.fetch_add(1)) + ".so");
+        return m_folder.path() / ("plugin-" + std::to_string(m_count.fetch_add(1)) + ".so");
     }
 
 private:
-    std::filesystem::path m_path;
+    const TemporaryFolder m_folder{"plugin"};
     std::atomic<int> m_count{0};
 };
 

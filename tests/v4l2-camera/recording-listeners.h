@@ -16,11 +16,9 @@
 #include <vector>
 
 #include "lumiq/camera-manager.h"
+#include "wait-until.h"
 
 namespace TestSupport {
-
-/// A wait that takes longer has failed; far above what any of them needs.
-inline constexpr std::chrono::seconds waitLimit{30};
 
 class RecordingCameraListener : public Nerio::Lumiq::CameraListener {
 public:
