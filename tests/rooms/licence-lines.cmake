@@ -11,9 +11,9 @@ include(${CMAKE_CURRENT_LIST_DIR}/tracked-files.cmake)
 set(owner "SPDX-FileCopyrightText: 2026 The Lumiq camera back end authors")
 set(licence "SPDX-License-Identifier: Apache-2.0")
 
-tracked_files(files "[.](h|cpp|c|cmake|py|sh|bash|awk|map|supp|in|conf|txt|yml|yaml|md)$"
+tracked_files(files "[.](h|cpp|c|cmake|py|sh|bash|awk|map|supp|in|conf|txt|yml|yaml|md|json|scenario)$"
   "(^|/)[a-z-]+$")
-list(FILTER files EXCLUDE REGEX "/corpus/|(^|/)LICENSE$")
+list(FILTER files EXCLUDE REGEX "/corpus/|(^|/)(LICENSE|CMakePresets[.]json)$")
 foreach(file IN LISTS files)
   file(READ ${ROOT}/${file} head LIMIT 400)
   string(FIND "${head}" "${owner}" owner_at)
