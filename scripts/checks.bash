@@ -36,7 +36,10 @@ check_format() {
     local files
     is_the_judge clang-format || return
     mapfile -t files < <(cpp_sources)
-    ((${#files[@]})) || return 0
+    ((${#files[@]})) || {
+        echo "git lists no source file here"
+        return 1
+    }
     clang-format --dry-run --Werror "${files[@]}"
 }
 
@@ -54,15 +57,19 @@ check_tidy() {
         echo "no source file is named in build/lint/compile_commands.json"
         return 1
     }
+    # Its exit code is the linter's: the filter has none of its own.
     printf '%s\n' "${files[@]}" |
-        xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p build/lint 2>&1 |
-        grep -vE '^[0-9]+ warnings? (generated|treated)|^Suppressed|^Use -header-filter' || true
-    ((PIPESTATUS[1] == 0))
+        xargs -d '\n' -P "$(nproc)" -n 1 clang-tidy --quiet -p build/lint 2>&1 |
+        { grep -vE '^[0-9]+ warnings? (generated|treated)|^Suppressed|^Use -header-filter' || true; }
 }
 
 check_shell() {
     local files
     mapfile -t files < <(shell_sources)
+    ((${#files[@]})) || {
+        echo "git lists no script here"
+        return 1
+    }
     shellcheck --version | sed -n 's/^version/shellcheck/p'
     shellcheck --external-sources --source-path=SCRIPTDIR "${files[@]}"
 }
