@@ -8,6 +8,7 @@
 : "${root:?the top folder of the sources}"
 
 readonly arm64_folder=${LUMIQ_ARM64_FOLDER:-$root/build/arm64}
+[[ $arm64_folder == /* ]] || die "LUMIQ_ARM64_FOLDER is $arm64_folder; a path from the top is wanted"
 readonly arm64_log=$arm64_folder/packages.log
 
 # A resolution this many minutes old is good; after that the mirror is asked again.
@@ -51,12 +52,13 @@ is_whole_arm64() {
     [[ -s $file ]] && sha256sum --check --status - <<<"${sum#SHA256:}  $file"
 }
 
+# As new as today: what was built with the files before is then built again.
 unpack_arm64() {
     local apt=$1 tree=$2 file
     make_merged_root "$tree"
     while read -r file _; do
         dpkg-deb --fsys-tarfile "$apt/cache/archives/$file" |
-            tar -x -C "$tree" --keep-directory-symlink --no-same-owner || return
+            tar -x -m -C "$tree" --keep-directory-symlink --no-same-owner || return
     done
 }
 
@@ -91,17 +93,22 @@ arm64_tree() {
         return
     fi
     apt=$arm64_folder/apt-${suites// /-}
-    if ! open_arm64_suites "$apt" "$suites"; then
+    # What the lists name may be gone from the mirror, for something newer: then with new lists.
+    if ! renew_arm64_tree "$@" && { rm -f "$apt/opened" && ! renew_arm64_tree "$@"; }; then
         [[ -d $tree && $(head -n 1 "$tree.resolved" 2>/dev/null) == "$asked" ]] || {
-            echo "the packages of $suites for 64-bit ARM are not within reach; see $arm64_log" >&2
+            echo "the packages of $suites for 64-bit ARM cannot be had; see $arm64_log" >&2
             return 1
         }
         echo "The mirror is not within reach: taking $name as it is" >&2
-        return
     fi
+}
+
+# arm64_tree's part that asks the mirror; in its variables.
+renew_arm64_tree() {
+    open_arm64_suites "$apt" "$suites" || return
     resolved=$(resolve_arm64 "$apt" "${suites##* }" "$@" | grep -E "^($pattern)")
     [[ -n $resolved ]] || {
-        echo "$suites has no $* for 64-bit ARM; see $arm64_log" >&2
+        echo "$suites has no $* for 64-bit ARM" >>"$arm64_log"
         return 1
     }
     if [[ -d $tree && $(cat "$tree.resolved" 2>/dev/null) == "$asked"$'\n'"$resolved" ]]; then
@@ -111,10 +118,7 @@ arm64_tree() {
     echo "Unpacking $(wc -l <<<"$resolved") packages of $suites for 64-bit ARM into ${tree#"$root/"}"
     part=$tree.part
     rm -rf "$part"
-    if ! fetch_arm64 "$apt" "$resolved" || ! unpack_arm64 "$apt" "$part" <<<"$resolved"; then
-        echo "that failed; see $arm64_log" >&2
-        return 1
-    fi
+    fetch_arm64 "$apt" "$resolved" && unpack_arm64 "$apt" "$part" <<<"$resolved" || return
     # A tree without these two is made anew, should this end half-way.
     rm -f "$tree.resolved" "$tree.checked"
     rm -rf "$tree"

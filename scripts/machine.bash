@@ -29,19 +29,30 @@ debian_codename() {
     esac
 }
 
-# Runs a command as root: directly, or through sudo. Without a terminal sudo must not ask.
+# True when as_root will work. At a terminal sudo asks for a password now, and then no more.
+can_be_root() {
+    [[ $(id -u) != 0 ]] || return 0
+    command -v sudo >/dev/null || return
+    if [[ -t 0 ]]; then
+        sudo -v
+    else
+        sudo -n true 2>/dev/null
+    fi
+}
+
+# Runs a command as root: directly, or through sudo.
 as_root() {
     if [[ $(id -u) == 0 ]]; then
         "$@"
-    elif [[ -t 0 ]]; then
-        sudo -- "$@"
     else
         sudo -n -- "$@"
     fi
 }
 
-can_be_root() {
-    [[ $(id -u) == 0 ]] || command -v sudo >/dev/null
+# The simulated camera is preloaded into programs, by a list of paths that knows no quoting (ld.so(8)).
+refuse_unquotable_folder() {
+    [[ $1 != *[[:space:]:\;]* ]] || die "$1 has a blank, a colon or a semicolon in its name, which
+cannot be preloaded from; clone into another folder"
 }
 
 # The addresses that this machine's own apt configuration has for Debian's main archive, best first.
