@@ -5,6 +5,8 @@
 
 #include "usbip-protocol.h"
 
+#include <algorithm>
+
 #include "byte-order.h"
 
 namespace UsbCamera {

@@ -10,6 +10,7 @@
 
 #include <jpeglib.h>
 
+#include <algorithm>
 #include <array>
 #include <csetjmp>
 #include <cstdlib>

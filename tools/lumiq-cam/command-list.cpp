@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // lumiq-cam list.
+#include <algorithm>
+
 #include "commands.h"
 #include "host.h"
 #include "report.h"
