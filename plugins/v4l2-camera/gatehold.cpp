@@ -124,6 +124,12 @@ private:
 Gatehold::Gatehold(V4L2CameraManager& manager) : m_manager(&manager) {}
 
 Gatehold::~Gatehold() {
+    if (m_eventLoop.get_id() == std::this_thread::get_id()) {
+        // A listener is ending the process. Its call never returns, so what made it stays as it is.
+        m_eventLoop.detach();
+        static_cast<void>(m_objectManager.release());
+        return;
+    }
     if (const auto current = connection()) {
         current->leaveEventLoop();
     }

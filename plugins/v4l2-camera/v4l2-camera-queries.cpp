@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "lumiq/internal/log.h"
 #include "v4l2-camera.h"
@@ -149,13 +150,18 @@ std::uint32_t V4L2Camera::v4l2Format(PixelFormat format) {
 }
 
 bool V4L2Camera::queryCapabilities(std::vector<CameraCapability>& capabilities) {
-    const bool asked = ask([&capabilities](const V4L2Device& device) {
-        capabilities.clear();
+    std::vector<CameraCapability> found;
+    const bool asked = ask([&found](const V4L2Device& device) {
+        found.clear();
         for (const v4l2_frmsizeenum& size : device.frameSizes(V4L2_PIX_FMT_MJPEG)) {
-            appendCapabilities(size, capabilities);
+            appendCapabilities(size, found);
         }
     });
-    return asked && !capabilities.empty();
+    if (!asked) {
+        return false;
+    }
+    capabilities = std::move(found);
+    return !capabilities.empty();
 }
 
 bool V4L2Camera::queryCapabilityRanges(PixelFormat format, CameraCapabilityRanges& ranges) {

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 #include "bus-fixture.h"
@@ -315,6 +316,19 @@ TEST_F(TheManager, FollowsAServiceThatRestarts) {
     EXPECT_EQ(info.name, "First");
     ASSERT_TRUE(manager.getCameraInfo(1U, info));
     EXPECT_EQ(info.id, path("m"));
+}
+
+TEST_F(TheManager, LetsAListenerEndTheProcessFromInsideACall) {
+    // On the bus thread, in a process of its own.
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    connect();
+    managerListener.onAdded = [](const CameraInfo&) { std::exit(7); };
+    EXPECT_EXIT(
+        {
+            service->add(path("a"));
+            (void)managerListener.waitFor("never");
+        },
+        ::testing::ExitedWithCode(7), "");
 }
 
 TEST_F(TheManager, SurvivesTheLossOfTheBusWithOneErrorLine) {

@@ -19,8 +19,9 @@ namespace Nerio::Lumiq {
 ///
 /// Every call is made with the camera's listener lock held, frames with its device lock as well.
 /// From inside a call, setListener works; startCapture, stopCapture and questions for the formats
-/// Raw, Encoded and Preferred of the same camera must not be called. Letting go of the last pointer
-/// to the camera is allowed.
+/// Raw, Encoded and Preferred of the same camera must not be called, nor exit(3), which waits for
+/// the bus thread while that may be waiting for this call. Letting go of the last pointer to the
+/// camera is allowed.
 class LUMIQ_CONTRACT CameraListener {
 public:
     virtual ~CameraListener() = default;
