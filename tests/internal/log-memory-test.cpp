@@ -21,7 +21,7 @@ thread_local int allocationsLeft = plenty;
 
 }  // namespace
 
-// GCC cannot see that the two below belong together.
+// GCC cannot see that those below belong together.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 
 void* operator new(std::size_t size) {
@@ -30,6 +30,10 @@ void* operator new(std::size_t size) {
         throw std::bad_alloc();
     }
     return memory;
+}
+// The library's algorithms ask for scratch memory with this one, and give it back as any other.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return allocationsLeft-- > 0 ? std::malloc(size) : nullptr;
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);

@@ -22,6 +22,11 @@ void* operator new(std::size_t size) {
     }
     throw std::bad_alloc();
 }
+// The library's algorithms ask for scratch memory with this one, and give it back as any other.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    ++allocations;
+    return std::malloc(size == 0 ? 1 : size);
+}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
