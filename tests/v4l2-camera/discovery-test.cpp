@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <stdexcept>
+#include <exception>
 
 #include "bus-fixture.h"
 
@@ -17,7 +17,6 @@ using Nerio::Lumiq::CameraInfo;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 using TestSupport::BusFixture;
 using TestSupport::RecordingManagerListener;
@@ -207,78 +206,6 @@ TEST(TheManagerDeathTest, AbortsWhenADeviceIsNeededBeforeInit) {
     const auto camera = library.manager().openCamera("/io/nerio/Gatehold1/Uvc/a");
     ASSERT_TRUE(camera);
     EXPECT_DEATH((void)camera->getSupportedFormats(), "Assertion failed: busConnection != nullptr");
-}
-
-TEST_F(TheManager, InitialisesOnceAndThenSaysYesWithoutTheBus) {
-    connect();
-    service.reset();
-    processBus.bus().stop();
-    EXPECT_TRUE(manager.init());
-}
-
-TEST_F(TheManager, FailsToInitialiseWithoutTheServiceAndSucceedsOnceItIsThere) {
-    service.reset();
-    EXPECT_FALSE(manager.init());
-    EXPECT_THAT(log.messages(),
-                ElementsAre(MatchesRegex("init: Can't init gatehold: "
-                                         "org\\.freedesktop\\.DBus\\.Error\\.[A-Za-z]+ / .+")));
-    service = std::make_unique<ScriptedService>();
-    service->add(path("a"));
-    EXPECT_TRUE(manager.init());
-    EXPECT_EQ(manager.getNumberOfCameras(), 1);
-}
-
-TEST_F(TheManager, ThrowsWhenTheBusIsNotThereAndMayTryAgain) {
-    service.reset();
-    processBus.bus().stop();
-    EXPECT_THROW(manager.init(), std::exception);
-    processBus.bus().start();
-    service = std::make_unique<ScriptedService>();
-    EXPECT_TRUE(manager.init());
-}
-
-TEST_F(TheManager, EndsInitWithAnExceptionWhenAnExistingObjectIsNoCamera) {
-    ServiceObject other;
-    other.interface = "io.nerio.Test.Other";
-    service->add(path("other"), other);
-    EXPECT_THROW(manager.init(), std::out_of_range);
-}
-
-TEST_F(TheManager, EndsInitWithAnExceptionWhenAnExistingCameraLacksAProperty) {
-    for (bool ServiceObject::*const property :
-         {&ServiceObject::hasName, &ServiceObject::hasCapabilities,
-          &ServiceObject::hasDeviceCaps}) {
-        ServiceObject lacking;
-        lacking.*property = false;
-        service->add(path("lacking"), lacking);
-        EXPECT_THROW(manager.init(), std::out_of_range);
-        service->remove(path("lacking"));
-    }
-    EXPECT_TRUE(manager.init());
-}
-
-TEST_F(TheManager, KeepsWhatAFailedInitHasListedAndReportsItOnce) {
-    service->add(path("a"));
-    ServiceObject nameless;
-    nameless.hasName = false;
-    service->add(path("b"), nameless);
-    manager.setListener(&managerListener);
-    EXPECT_THROW(manager.init(), std::out_of_range);
-    EXPECT_EQ(manager.getNumberOfCameras(), 1);
-    service->remove(path("b"));
-    EXPECT_TRUE(manager.init());
-    EXPECT_EQ(manager.getNumberOfCameras(), 1);
-    EXPECT_THAT(managerListener.events(), ElementsAre("added " + path("a")));
-}
-
-TEST_F(TheManager, FailsToInitialiseWhenAnExistingPropertyHasAnotherType) {
-    ServiceObject liar;
-    liar.capabilitiesAreText = true;
-    service->add(path("liar"), liar);
-    EXPECT_FALSE(manager.init());
-    EXPECT_THAT(log.messages(), ElementsAre(StartsWith("init: Can't init gatehold: ")));
-    service->remove(path("liar"));
-    EXPECT_TRUE(manager.init());
 }
 
 TEST_F(TheManager, GoesOnListeningAfterAnnouncementsThatMakeNoSense) {
