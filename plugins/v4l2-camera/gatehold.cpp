@@ -124,7 +124,7 @@ private:
 Gatehold::Gatehold(V4L2CameraManager& manager) : m_manager(&manager) {}
 
 Gatehold::~Gatehold() {
-    if (m_eventLoop.get_id() == std::this_thread::get_id()) {
+    if (isBusThread()) {
         // A listener is ending the process. Its call never returns, so what made it stays as it is.
         m_eventLoop.detach();
         static_cast<void>(m_objectManager.release());
@@ -162,9 +162,16 @@ bool Gatehold::init() {
     return m_initialized;
 }
 
+bool Gatehold::isBusThread() {
+    const Internal::MutexLock lock(m_connectionMutex);
+    return m_eventLoop.get_id() == std::this_thread::get_id();
+}
+
 bool Gatehold::startEventLoop() {
     try {
-        m_eventLoop = std::thread([this, current = connection()] { runEventLoop(*current); });
+        const std::shared_ptr<sdbus::IConnection> current = connection();
+        const Internal::MutexLock lock(m_connectionMutex);
+        m_eventLoop = std::thread([this, current] { runEventLoop(*current); });
         return true;
     } catch (const std::system_error& error) {
         LUMIQ_LOG_AS(Error, "init")

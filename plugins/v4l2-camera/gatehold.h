@@ -55,7 +55,8 @@ public:
     Gatehold& operator=(const Gatehold&) = delete;
 
     /// Leaves the event loop, waits for the bus thread, and only then lets go of the proxy and the
-    /// connection, so no signal is handled during or after it.
+    /// connection, so no signal is handled during or after it. On the bus thread, where a listener
+    /// is ending the process, it waits for nothing.
     ~Gatehold();
 
     /// Called by one thread at a time. Connects, reports the cameras that are there to the manager
@@ -73,15 +74,17 @@ private:
 
     std::shared_ptr<sdbus::IConnection> connection();
     bool startEventLoop();
+    bool isBusThread();
     void runEventLoop(sdbus::IConnection& connection);
 
     bool m_initialized = false;
     V4L2CameraManager* m_manager;
-    // A camera may be opened on one thread while another tries init() again.
+    // A camera may be opened on one thread while another tries init() again, and the bus thread may
+    // be at work before the one that started it knows its id.
     Internal::Mutex m_connectionMutex;
     std::shared_ptr<sdbus::IConnection> m_connection LUMIQ_GUARDED_BY(m_connectionMutex);
     std::unique_ptr<ObjectManager> m_objectManager;
-    std::thread m_eventLoop;
+    std::thread m_eventLoop LUMIQ_GUARDED_BY(m_connectionMutex);
 };
 
 }  // namespace Nerio::Lumiq

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <future>
 
 #include "bus-fixture.h"
 
@@ -248,11 +249,16 @@ TEST_F(TheManager, FollowsAServiceThatRestarts) {
 TEST_F(TheManager, LetsAListenerEndTheProcessFromInsideACall) {
     // On the bus thread, in a process of its own.
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    std::promise<void> waiting;
+    managerListener.onAdded = [&](const CameraInfo&) {
+        waiting.get_future().wait();
+        std::exit(7);
+    };
     connect();
-    managerListener.onAdded = [](const CameraInfo&) { std::exit(7); };
     EXPECT_EXIT(
         {
             service->add(path("a"));
+            waiting.set_value();
             (void)managerListener.waitFor("never");
         },
         ::testing::ExitedWithCode(7), "");
