@@ -21,7 +21,8 @@ TEST(Unplugging, EndsTheCaptureOfThatCameraOnly) {
     CameraDesk desk({"yuyv-webcam", "unplugs-while-streaming"});
     Folder folder;
     auto beside = desk.start({"capture", "0", "--size", "320x240", "--duration", "3", "--json"});
-    const auto result = desk.run({"capture", "1", "-o", folder.path("a.y4m"), "--json"});
+    const auto result =
+        desk.run({"capture", "1", "--size", "320x240", "-o", folder.path("a.y4m"), "--json"});
     EXPECT_EQ(result.code, 5) << result.err;
     EXPECT_EQ(result.json()["end"], "removed");
     EXPECT_GE(parseY4m(readFile(folder.path("a.y4m"))).frames.size(), 1U);
